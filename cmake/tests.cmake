@@ -1,0 +1,61 @@
+# kiv_native_test(<name> SOURCES <file>...)
+#   A doctest program of pure rules, linked with kiv_core; one CTest test. Only in native builds.
+#
+# kiv_windows_test(<name> SOURCES <file>... [SEAM] [RELEASES <release>...] [LOCK <resource>...])
+#   A doctest program for Windows (under Wine in cross builds); one CTest test.
+#   Without SEAM it uses the library through the DLL's exports; with SEAM the same objects are linked into it, so that
+#   it can swap function tables and force the OS family.
+#   RELEASES copies it under names that the Wine prefix runs as those releases (win95 win98 nt40 win2k winxp win2003):
+#   one more CTest test each. tests/support/this_release.h tells a test which one it runs as.
+#   LOCK names what tests share that must not run side by side (a registry key, a named object).
+#
+# Both add to every program the doctest entry point and the fixtures of tests/support.
+
+set(KIV_TEST_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
+
+function(kiv_native_test name)
+  if(WIN32)
+    return()
+  endif()
+  cmake_parse_arguments(arg "" "" "SOURCES" ${ARGN})
+  add_executable(${name}_native_test ${arg_SOURCES} ${PROJECT_SOURCE_DIR}/tests/support/main.cpp)
+  target_include_directories(${name}_native_test PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  target_link_libraries(${name}_native_test PRIVATE kiv_core kiv_flags kiv_host_headers)
+  add_test(NAME ${name}_native COMMAND ${name}_native_test)
+  set_tests_properties(${name}_native PROPERTIES TIMEOUT 60
+    ENVIRONMENT "KIV_TEST_DATA=${PROJECT_SOURCE_DIR}/tests/data")
+endfunction()
+
+function(_kiv_register_windows_test test program locks)
+  add_test(NAME ${test} COMMAND ${CMAKE_CROSSCOMPILING_EMULATOR} ${program})
+  set_tests_properties(${test} PROPERTIES TIMEOUT 120 WORKING_DIRECTORY ${KIV_TEST_DIRECTORY}
+    ENVIRONMENT "${KIV_WINE_ENVIRONMENT};KIV_TEST_DATA=${PROJECT_SOURCE_DIR}/tests/data"
+    RESOURCE_LOCK "${locks}" FIXTURES_REQUIRED "${KIV_WINE_FIXTURE}")
+endfunction()
+
+function(kiv_windows_test name)
+  if(NOT WIN32)
+    return()
+  endif()
+  cmake_parse_arguments(arg "SEAM" "" "SOURCES;RELEASES;LOCK" ${ARGN})
+  set(target ${name}_test)
+  add_executable(${target} ${arg_SOURCES} ${PROJECT_SOURCE_DIR}/tests/support/main.cpp)
+  set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${KIV_TEST_DIRECTORY})
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  target_link_libraries(${target} PRIVATE kiv_test_support tavkivlg_recording kiv_flags kiv_host_headers)
+  if(arg_SEAM)
+    target_compile_definitions(${target} PRIVATE KIV_BUILD)
+    target_link_libraries(${target} PRIVATE kiv_core kiv_windows kiv_system_libraries)
+  else()
+    target_link_libraries(${target} PRIVATE tavkivut kiv_system_libraries)
+    add_dependencies(${target} kiv_tested_library)
+  endif()
+  _kiv_register_windows_test(${name} ${KIV_TEST_DIRECTORY}/${target}.exe "${arg_LOCK}")
+  foreach(release ${arg_RELEASES})
+    set(copy ${KIV_TEST_DIRECTORY}/${target}_${release}.exe)
+    add_custom_command(TARGET ${target} POST_BUILD
+      COMMAND ${CMAKE_COMMAND} -E create_hardlink $<TARGET_FILE:${target}> ${copy})
+    _kiv_register_windows_test(${name}_${release} ${copy} "${arg_LOCK}")
+    set_property(GLOBAL APPEND PROPERTY KIV_RELEASE_PROGRAMS ${target}_${release}.exe=${release})
+  endforeach()
+endfunction()

@@ -1,0 +1,8 @@
+#ifndef TAVKIVUT_TAVKIVUT_H
+#define TAVKIVUT_TAVKIVUT_H
+
+// Every family of the library.
+
+#include "tavkivut/frame.h"
+
+#endif

@@ -1,0 +1,70 @@
+#include <iostream>
+
+#include "kivctl/command.h"
+
+#include "support/windows_api.h"
+
+namespace kivctl {
+namespace {
+
+int g_exitCode = kExitDone;
+
+// The subcommand that was asked for, however deep, so that its own usage can be shown.
+const CLI::App& AskedFor(const CLI::App& app) {
+    const std::vector<CLI::App*> chosen = app.get_subcommands();
+    return chosen.empty() ? app : AskedFor(*chosen.front());
+}
+
+int ReportUsage(const CLI::App& app, const char* text) {
+    std::cerr << "kivctl: " << text << "\n\n" << AskedFor(app).help();
+    return kExitUsage;
+}
+
+int Run(CLI::App& app, int argc, char** argv) {
+    try {
+        app.parse(argc, argv);
+        return g_exitCode;
+    } catch (const CLI::CallForHelp&) {
+        std::cout << AskedFor(app).help();
+        return kExitDone;
+    } catch (const CLI::CallForAllHelp&) {
+        std::cout << app.help("", CLI::AppFormatMode::All);
+        return kExitDone;
+    } catch (const CLI::ParseError& error) {
+        return ReportUsage(app, error.what());
+    } catch (const UsageError& error) {
+        return ReportUsage(app, error.what());
+    } catch (const Failure& failure) {
+        std::cerr << "kivctl: " << failure.what() << "\n";
+        return kExitFailed;
+    } catch (const std::exception& error) {
+        std::cerr << "kivctl: " << error.what() << "\n";
+        return kExitFailed;
+    }
+}
+
+}  // namespace
+
+std::string ErrorText(unsigned long win32Error) {
+    char message[512];
+    DWORD length = ::FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, win32Error, 0,
+                                    message, sizeof message, nullptr);
+    while (length > 0 && static_cast<unsigned char>(message[length - 1]) <= ' ')
+        --length;
+    std::string text(message, length);
+    if (!text.empty())
+        text += ' ';
+    return text + "(" + std::to_string(win32Error) + ")";
+}
+
+void SetExitCode(int code) {
+    g_exitCode = code;
+}
+
+}  // namespace kivctl
+
+int main(int argc, char** argv) {
+    CLI::App app("The utilities library from the command line.", "kivctl");
+    app.require_subcommand(1);
+    return kivctl::Run(app, argc, argv);
+}
