@@ -33,3 +33,7 @@ if(KIV_COVERAGE)
   target_compile_options(kiv_flags INTERFACE --coverage)
   target_link_options(kiv_flags INTERFACE --coverage)
 endif()
+
+if(KIV_FUZZ)
+  target_compile_options(kiv_flags INTERFACE -fsanitize=fuzzer-no-link)
+endif()

@@ -1,0 +1,17 @@
+# kiv_benchmark(<name> SOURCES <file>...)
+#   A program that measures a hot path beside its peer (benchmarks/bench.h). On Windows it uses the real DLLs, which
+#   it finds beside itself in bin/; natively it links kiv_core. List it for one side with if(WIN32).
+function(kiv_benchmark name)
+  cmake_parse_arguments(arg "" "" "SOURCES" ${ARGN})
+  set(target ${name}_bench)
+  add_executable(${target} ${arg_SOURCES})
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/benchmarks)
+  target_link_libraries(${target} PRIVATE kiv_flags)
+  if(WIN32)
+    target_link_libraries(${target} PRIVATE tavkivut kiv_system_libraries)
+    set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+  else()
+    target_link_libraries(${target} PRIVATE kiv_core)
+    set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bench)
+  endif()
+endfunction()
