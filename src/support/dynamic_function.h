@@ -14,9 +14,8 @@ HMODULE LoadSystemModule(const char* fileName) noexcept;
 // Sets `function` to the export of that name, or to null when the module or the export is missing.
 template <class Function>
 void FindFunction(HMODULE module, const char* name, Function& function) noexcept {
-    function = module == nullptr
-                   ? nullptr
-                   : reinterpret_cast<Function>(reinterpret_cast<void*>(::GetProcAddress(module, name)));
+    function = module == nullptr ? nullptr
+                                 : reinterpret_cast<Function>(reinterpret_cast<void*>(::GetProcAddress(module, name)));
 }
 
 // A table of functions that some supported system lacks. `Api` is a struct of function pointers whose types are

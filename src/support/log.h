@@ -20,21 +20,21 @@ constexpr char kLogWarning = 'W';
 }  // namespace kiv
 
 // One line: the environment, then the text.
-#define KIV_LOG(level, kind, ...)                                                          \
-    do {                                                                                   \
-        KivWriteLogSetEnv(::GetCurrentThreadId(), ::kiv::kComponent, (level), (kind));     \
-        KivWriteLogEnv(__VA_ARGS__);                                                       \
+#define KIV_LOG(level, kind, ...)                                                      \
+    do {                                                                               \
+        KivWriteLogSetEnv(::GetCurrentThreadId(), ::kiv::kComponent, (level), (kind)); \
+        KivWriteLogEnv(__VA_ARGS__);                                                   \
     } while (0)
 
 // A fixed text, followed by the system's text for a Win32 error.
-#define KIV_LOG_WIN32_TEXT(error, text, level)                                                              \
+#define KIV_LOG_WIN32_TEXT(error, text, level) \
     KivWriteWin32Message((text), (error), ::GetCurrentThreadId(), ::kiv::kComponent, ::kiv::kLogError, (level))
 
 // A formatted text, followed by the system's text for a Win32 error; level 1.
-#define KIV_LOG_WIN32(error, kind, ...)                                                                          \
-    do {                                                                                                         \
-        KivVarInitWin32Message((error), ::GetCurrentThreadId(), ::kiv::kComponent, ::kiv::kLogMain, (kind));     \
-        KivVarWriteWin32Message(__VA_ARGS__);                                                                    \
+#define KIV_LOG_WIN32(error, kind, ...)                                                                      \
+    do {                                                                                                     \
+        KivVarInitWin32Message((error), ::GetCurrentThreadId(), ::kiv::kComponent, ::kiv::kLogMain, (kind)); \
+        KivVarWriteWin32Message(__VA_ARGS__);                                                                \
     } while (0)
 
 #endif

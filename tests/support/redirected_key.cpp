@@ -6,8 +6,8 @@ namespace kiv::test {
 
 ScratchKey::ScratchKey() {
     static unsigned counter = 0;
-    const std::string subkey = "Software\\tavkivut-test-" + std::to_string(::GetCurrentProcessId()) + "-" +
-                               std::to_string(++counter);
+    const std::string subkey =
+        "Software\\tavkivut-test-" + std::to_string(::GetCurrentProcessId()) + "-" + std::to_string(++counter);
     DeleteKeyTree(HKEY_CURRENT_USER, subkey.c_str());  // what a crashed run with the same id left
     REQUIRE(::RegCreateKeyExA(HKEY_CURRENT_USER, subkey.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &m_key,
                               nullptr) == ERROR_SUCCESS);

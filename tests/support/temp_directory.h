@@ -15,8 +15,8 @@ public:
     TempDirectory(const TempDirectory&) = delete;
     TempDirectory& operator=(const TempDirectory&) = delete;
 
-    const std::string& Path() const { return m_path; }        // without a trailing backslash
-    std::string operator/(std::string_view name) const;       // the path of something in it
+    const std::string& Path() const { return m_path; }                       // without a trailing backslash
+    std::string operator/(std::string_view name) const;                      // the path of something in it
     std::string Write(std::string_view name, std::string_view bytes) const;  // makes a file, gives its path
 
 private:
