@@ -4,5 +4,6 @@
 // Every family of the library.
 
 #include "tavkivut/frame.h"
+#include "tavkivut/inst_server.h"
 
 #endif
