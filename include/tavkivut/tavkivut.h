@@ -5,5 +5,8 @@
 
 #include "tavkivut/frame.h"
 #include "tavkivut/inst_server.h"
+#include "tavkivut/path.h"
+#include "tavkivut/process.h"
+#include "tavkivut/tools.h"
 
 #endif

@@ -1,0 +1,173 @@
+#include "tavkivut/path.h"
+#include "tavkivut/process.h"
+#include "tavkivut/tools.h"
+
+#include <cstring>
+#include <string>
+
+#include "files/universal_name_api.h"
+#include "support/check.h"
+#include "support/swapped_api.h"
+#include "support/temp_directory.h"
+
+namespace {
+
+std::string ParentOf(const char* path) {
+    char parent[MAX_PATH] = "untouched";
+    return CKivTools::GetParentDirectory(path, parent, sizeof parent) ? parent : "";
+}
+
+bool IsFolder(const std::string& path) {
+    const DWORD attributes = ::GetFileAttributesA(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+DWORD WINAPI ConnectionOfX(LPCSTR drive, LPSTR name, LPDWORD size) {
+    if (std::strcmp(drive, "X:") != 0)
+        return ERROR_NOT_CONNECTED;
+    REQUIRE(*size > std::strlen("\\\\host\\share"));
+    std::strcpy(name, "\\\\host\\share");
+    return NO_ERROR;
+}
+
+DWORD WINAPI NoUniversalName(LPCSTR, DWORD, LPVOID, LPDWORD) {
+    return ERROR_NOT_CONNECTED;
+}
+
+DWORD WINAPI UniversalNameOfAny(LPCSTR path, DWORD level, LPVOID buffer, LPDWORD size) {
+    REQUIRE(level == UNIVERSAL_NAME_INFO_LEVEL);
+    auto* info = static_cast<UNIVERSAL_NAME_INFOA*>(buffer);
+    info->lpUniversalName = reinterpret_cast<LPSTR>(info + 1);
+    const std::string name = std::string("\\\\whole\\path") + (path + 2);
+    REQUIRE(*size >= sizeof *info + name.size() + 1);
+    std::strcpy(info->lpUniversalName, name.c_str());
+    return NO_ERROR;
+}
+
+struct UniversalName {
+    explicit UniversalName(const char* path, unsigned long size = sizeof text) {
+        ::SetLastError(NO_ERROR);
+        length = CKivPath::NetGetUniversalName(path, text, size);
+        error = ::GetLastError();
+    }
+    char text[MAX_PATH] = "untouched";
+    unsigned long length;
+    DWORD error;
+};
+
+}  // namespace
+
+TEST_CASE("the executable's path and folder are known and stay where they are") {
+    char expected[MAX_PATH];
+    REQUIRE(::GetModuleFileNameA(nullptr, expected, sizeof expected) != 0);
+    CHECK(std::string(CKivThisProcess::GetExePath()) == expected);
+    *std::strrchr(expected, '\\') = '\0';
+    CHECK(std::string(CKivThisProcess::GetExeDir()) == expected);
+    CHECK(CKivThisProcess::GetExeDir() == CKivThisProcess::GetExeDir());
+}
+
+TEST_CASE("paths are equal in any spelling") {
+    CHECK(CKivPath::PathIsEqual("C:\\Setup", "c:/setup/") == 1);
+    CHECK(CKivPath::PathIsEqual("\\\\HOST\\share\\", "//host/Share") == 1);
+    CHECK(CKivPath::PathIsEqual("C:\\a\\..\\b\\.\\c", "C:\\b\\c") == 1);
+    CHECK(CKivPath::PathIsEqual("C:\\", "c:") == 1);
+    CHECK(CKivPath::PathIsEqual("C:\\B\xC4R", "C:\\b\xE4r") == 1);  // the code page's own letters
+    CHECK(CKivPath::PathIsEqual("C:\\a", "C:\\b") == 0);
+    CHECK(CKivPath::PathIsEqual("C:\\a", "D:\\a") == 0);
+    CHECK(CKivPath::PathIsEqual("", "C:\\") == 0);
+    const std::string longPath = "C:\\" + std::string(400, 'x');
+    CHECK(CKivPath::PathIsEqual(longPath.c_str(), (longPath + "/").c_str()) == 1);
+    CHECK(CKivPath::PathIsEqual(longPath.c_str(), (longPath + "x").c_str()) == 0);
+    CHECK(CKivPath::PathIsEqual(nullptr, "C:\\") == 0);
+    CHECK(::GetLastError() == ERROR_INVALID_PARAMETER);
+}
+
+TEST_CASE("the short and the long form of an existing path are equal") {
+    const kiv::test::TempDirectory folder;
+    const std::string longForm = folder / "a name with blanks.txt";
+    folder.Write("a name with blanks.txt", "");
+    char shortForm[MAX_PATH];
+    REQUIRE(::GetShortPathNameA(longForm.c_str(), shortForm, sizeof shortForm) != 0);
+    REQUIRE(std::strchr(shortForm, '~') != nullptr);
+    CHECK(CKivPath::PathIsEqual(longForm.c_str(), shortForm) == 1);
+    CHECK(CKivPath::PathIsEqual(shortForm, (folder / "another name.txt").c_str()) == 0);
+}
+
+TEST_CASE("a path on a mapped drive has a network name") {
+    SUBCASE("from the call for whole paths") {
+        const kiv::test::SwappedApi<kiv::UniversalNameApi> api({UniversalNameOfAny, nullptr});
+        const UniversalName name("X:\\a\\b");
+        CHECK(std::string(name.text) == "\\\\whole\\path\\a\\b");
+        CHECK(name.length == std::strlen(name.text));
+    }
+    SUBCASE("from the drive's connection where that call fails or lacks") {
+        for (const auto whole :
+             {static_cast<decltype(&::WNetGetUniversalNameA)>(nullptr), &NoUniversalName}) {
+            const kiv::test::SwappedApi<kiv::UniversalNameApi> api({whole, ConnectionOfX});
+            CHECK(std::string(UniversalName("X:\\a\\b").text) == "\\\\host\\share\\a\\b");
+            CHECK(std::string(UniversalName("X:").text) == "\\\\host\\share");
+            CHECK(UniversalName("X:", 12).error == ERROR_MORE_DATA);
+            CHECK(UniversalName("X:", 13).length == 12);
+            CHECK(UniversalName(("X:\\" + std::string(250, 'x')).c_str()).length == 0);
+        }
+    }
+    SUBCASE("in the path's own buffer") {
+        const kiv::test::SwappedApi<kiv::UniversalNameApi> api({nullptr, ConnectionOfX});
+        char path[MAX_PATH] = "X:\\a";
+        CHECK(CKivPath::NetGetUniversalName(path, path, sizeof path) == 14);
+        CHECK(std::string(path) == "\\\\host\\share\\a");
+    }
+}
+
+TEST_CASE("a path without a network name leaves the buffer alone") {
+    const UniversalName local("C:\\windows");
+    CHECK(local.length == 0);
+    CHECK(local.error == ERROR_NOT_CONNECTED);
+    CHECK(std::string(local.text) == "untouched");
+    CHECK(UniversalName("\\\\host\\share").error == ERROR_BAD_DEVICE);
+    CHECK(UniversalName("X:a").error == ERROR_BAD_DEVICE);
+    CHECK(UniversalName("").error == ERROR_BAD_DEVICE);
+    CHECK(UniversalName(nullptr).error == ERROR_INVALID_PARAMETER);
+    const kiv::test::SwappedApi<kiv::UniversalNameApi> api({nullptr, nullptr});
+    CHECK(UniversalName("X:\\a").error == ERROR_PROC_NOT_FOUND);
+}
+
+TEST_CASE("a parent folder is written whole or not at all") {
+    CHECK(ParentOf("C:\\setup\\tavsetup.exe") == "C:\\setup");
+    CHECK(ParentOf("C:\\setup") == "C:\\");
+    CHECK(ParentOf("\\\\host\\share\\setup") == "\\\\host\\share");
+    char buffer[9] = "C:\\a\\b\\c";
+    CHECK(CKivTools::GetParentDirectory(buffer, buffer, 6) == 0);
+    CHECK(::GetLastError() == ERROR_INSUFFICIENT_BUFFER);
+    CHECK(std::string(buffer) == "C:\\a\\b\\c");
+    CHECK(CKivTools::GetParentDirectory(buffer, buffer, 7) == 1);
+    CHECK(std::string(buffer) == "C:\\a\\b");
+    CHECK(CKivTools::GetParentDirectory("C:\\", buffer, sizeof buffer) == 0);
+    CHECK(::GetLastError() == ERROR_BAD_PATHNAME);
+    CHECK(CKivTools::GetParentDirectory("", buffer, sizeof buffer) == 0);
+    CHECK(::GetLastError() == ERROR_INVALID_PARAMETER);
+}
+
+TEST_CASE("a folder is made with all that is missing above it") {
+    const kiv::test::TempDirectory folder;
+    CHECK(CKivTools::CreateDirectoryRecursive((folder / "a\\b/c\\").c_str()) == 1);
+    CHECK(IsFolder(folder / "a\\b\\c"));
+    CHECK(CKivTools::CreateDirectoryRecursive((folder / "a\\b\\c").c_str()) == 1);
+    CHECK(CKivTools::CreateDirectoryRecursive((folder / "a\\b\\d\\..\\e").c_str()) == 1);
+    CHECK(IsFolder(folder / "a\\b\\e"));
+    CHECK_FALSE(IsFolder(folder / "a\\b\\d"));
+    CHECK(CKivTools::CreateDirectoryRecursive("C:\\") == 1);
+}
+
+TEST_CASE("a folder that cannot be made leaves the error of the first part in the way") {
+    const kiv::test::TempDirectory folder;
+    folder.Write("file", "");
+    CHECK(CKivTools::CreateDirectoryRecursive((folder / "file\\a\\b").c_str()) == 0);
+    CHECK(::GetLastError() == ERROR_ALREADY_EXISTS);
+    CHECK(CKivTools::CreateDirectoryRecursive((folder / std::string(300, 'x')).c_str()) == 0);
+    CHECK(::GetLastError() == ERROR_FILENAME_EXCED_RANGE);
+    CHECK(CKivTools::CreateDirectoryRecursive("Q:\\") == 0);
+    CHECK(::GetLastError() == ERROR_PATH_NOT_FOUND);
+    CHECK(CKivTools::CreateDirectoryRecursive("") == 0);
+    CHECK(::GetLastError() == ERROR_INVALID_PARAMETER);
+}
