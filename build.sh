@@ -165,7 +165,7 @@ bench() {
     build_preset i686-release
     build_preset native-bench
     note "bench"
-    tools/bench build/i686-release build/native-bench
+    tools/private-network tools/bench build/i686-release build/native-bench
 }
 
 run_fuzzers() {

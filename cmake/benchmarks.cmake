@@ -15,3 +15,11 @@ function(kiv_benchmark name)
     set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bench)
   endif()
 endfunction()
+
+# The load of the DLL is measured by a program that does not link it.
+function(kiv_load_benchmark)
+  add_executable(load_bench ${PROJECT_SOURCE_DIR}/benchmarks/load_bench.cpp)
+  target_include_directories(load_bench PRIVATE ${PROJECT_SOURCE_DIR}/benchmarks)
+  target_link_libraries(load_bench PRIVATE kiv_flags)
+  set_target_properties(load_bench PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+endfunction()

@@ -66,8 +66,7 @@ public:
     // a draw may put any other available server in its place, which spreads the load. Waiting for any, the
     // first to finish is taken when it answered completely and is available. A server that left one request
     // unanswered has no average and never wins. Nothing is chosen without ICMP (icmp.dll) or Winsock 2.
-    static int GetMostResponsiveServer(char* out, unsigned int outSize, const char** list,
-                                       int count) noexcept;
+    static int GetMostResponsiveServer(char* out, unsigned int outSize, const char** list, int count) noexcept;
 
     // 1 when the path is the parent directory of the running executable's directory.
     static int IsFallbackServer(const char* path) noexcept;
