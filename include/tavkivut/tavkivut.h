@@ -3,10 +3,12 @@
 
 // Every family of the library.
 
+#include "tavkivut/file.h"
 #include "tavkivut/frame.h"
 #include "tavkivut/inst_server.h"
 #include "tavkivut/path.h"
 #include "tavkivut/process.h"
+#include "tavkivut/system.h"
 #include "tavkivut/tools.h"
 
 #endif
