@@ -6,7 +6,7 @@ target_include_directories(kiv_flags INTERFACE
 
 option(KIV_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
 target_compile_options(kiv_flags INTERFACE
-  -Wall -Wextra -Wshadow -Wcast-qual -Wold-style-cast -Wcast-function-type
+  -Wall -Wextra -Wshadow -Wcast-qual -Wcast-function-type $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>
   $<$<BOOL:${KIV_WARNINGS_AS_ERRORS}>:-Werror>)
 
 if(WIN32)
