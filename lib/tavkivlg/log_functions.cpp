@@ -5,7 +5,6 @@
 #include "tavkivlg/line_format.h"
 #include "tavkivlg/log_sink.h"
 #include "tavkivlg/tavkivlg.h"
-#include "tavkivlg/win32_message.h"
 
 using kiv::LastErrorKeeper;
 
@@ -40,7 +39,7 @@ void KIVLG_CALL KivWriteWin32Message(const char* text, unsigned long win32Error,
     const LastErrorKeeper keeper;
     kivlg::SetLineEnvironment(component, level, kind, win32Error);
     if (text != nullptr && kivlg::SinkWants(level))
-        kivlg::WriteToSink(kivlg::GetLineEnvironment(), kivlg::WithErrorText(text, win32Error));
+        kivlg::WriteToSink(kivlg::GetLineEnvironment(), text);
 }
 
 void KIVLG_CALL KivVarInitWin32Message(unsigned long win32Error, unsigned long, const char* component,
@@ -58,5 +57,5 @@ void KIVLG_CALL KivVarWriteWin32Message(const char* format, ...) {
     va_start(arguments, format);
     const std::string text = kivlg::FormatLine(format, arguments);
     va_end(arguments);
-    kivlg::WriteToSink(environment, kivlg::WithErrorText(text, environment.win32Error));
+    kivlg::WriteToSink(environment, text);
 }

@@ -14,7 +14,7 @@ struct KivRecordedLine {
     char kind;
     char component[32];
     unsigned long win32Error;  // the code of a line about a Win32 error, else 0
-    const char* text;          // valid until the record is cleared
+    const char* text;          // without the system's text for the error; valid until the record is cleared
 };
 
 KIVLG_API void KIVLG_CALL KivRecordingClear();
