@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <cstdlib>
 
-// Takes the input twice: as a text to open, which is refused or gives a clear text within the limit, and as a clear text,
-// which must come back.
+// Takes the input twice: as a text to open, which is refused or gives a clear text within the limit, and as a clear
+// text, which must come back.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     constexpr std::string_view kKey = "key of the fuzzer";
     const std::string_view input(reinterpret_cast<const char*>(data), size < 1024 ? size : 1024);

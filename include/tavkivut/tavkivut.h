@@ -3,6 +3,7 @@
 
 // Every family of the library.
 
+#include "tavkivut/crypt.h"
 #include "tavkivut/file.h"
 #include "tavkivut/frame.h"
 #include "tavkivut/inst_server.h"

@@ -102,8 +102,8 @@ void AppendBase64(const std::uint8_t* bytes, std::size_t size, std::string& text
         text += kAlphabet[bits << (6 - held) & 0x3F];
 }
 
-// Fills `bytes`, which has room for BytesOfCharacters(text.size()). Only what AppendBase64 writes is accepted: a text has
-// one form.
+// Fills `bytes`, which has room for BytesOfCharacters(text.size()). Only what AppendBase64 writes is accepted: a text
+// has one form.
 bool ReadBase64(std::string_view text, std::uint8_t* bytes) noexcept {
     std::uint32_t bits = 0;
     unsigned held = 0;
