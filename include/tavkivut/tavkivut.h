@@ -9,6 +9,7 @@
 #include "tavkivut/inst_server.h"
 #include "tavkivut/path.h"
 #include "tavkivut/process.h"
+#include "tavkivut/registry.h"
 #include "tavkivut/security.h"
 #include "tavkivut/system.h"
 #include "tavkivut/tools.h"

@@ -1,0 +1,89 @@
+#include <cstring>
+#include <string>
+
+#include "support/windows_api.h"
+
+#include "registry/key_access.h"
+#include "registry/key_elements.h"
+#include "registry/key_eraser.h"
+#include "registry/key_path.h"
+#include "registry/shared_key.h"
+#include "support/code_page.h"
+#include "support/heap_text.h"
+#include "support/scoped_resource.h"
+#include "tavkivut/registry.h"
+
+using kiv::ElementKind;
+using kiv::IsAnsiLeadByte;
+
+bool CKivRegKey::erase(iteratorValues& it) noexcept {
+    if (it.m_name == nullptr)
+        return false;
+    Keep(::RegDeleteValueA(m_handle, it.m_name));
+    return true;
+}
+
+bool CKivRegKey::erase(iteratorKeys& it) noexcept {
+    if (it.m_name == nullptr)
+        return false;
+    Keep(kiv::EraseSubkey(m_handle, it.m_name, m_permissions));
+    return true;
+}
+
+// Whether the range is every element of this key.
+bool CKivRegKey::IsWhole(kiv::ElementKind kind, const iterator& first, const iterator& last) const noexcept {
+    kiv::ElementName shown;
+    return last == iterator(m_wksta, m_key, nullptr) && kiv::ElementAt(m_handle, kind, 0, shown) == ERROR_SUCCESS &&
+           first == iterator(m_wksta, m_key, shown.text);
+}
+
+bool CKivRegKey::erase(iteratorValues& first, iterator& last) noexcept {
+    if (IsWhole(ElementKind::kValue, first, last)) {
+        Keep(kiv::EraseValues(m_handle));
+        first.End();
+        return true;
+    }
+    for (; first.m_name != nullptr && first != last; ++first)
+        erase(first);
+    return true;
+}
+
+bool CKivRegKey::erase(iteratorKeys& first, iterator& last) noexcept {
+    if (IsWhole(ElementKind::kSubkey, first, last)) {
+        Keep(kiv::EraseSubkeys(m_handle, m_permissions));
+        first.End();
+        return true;
+    }
+    for (; first.m_name != nullptr && first != last; ++first)
+        erase(first);
+    return true;
+}
+
+bool CKivRegKey::remove() noexcept {
+    const std::string path(kiv::WithoutTrailingBackslashes(m_key == nullptr ? "" : m_key, IsAnsiLeadByte));
+    const kiv::ParsedKeyPath parsed = kiv::ParseKeyPath(path);
+    if (parsed.root == 0 || parsed.subkey.empty())
+        return Keep(parsed.root == 0 ? ERROR_INVALID_HANDLE : ERROR_ACCESS_DENIED);
+
+    // The object's own handle has followed a link: what it shows is then not to be touched.
+    HKEY opened;
+    const REGSAM view = m_permissions & kiv::kViewBits;
+    kiv::ScopedRegistryKey itself;
+    if (kiv::OpenKeyPath(m_wksta, path.c_str(), REG_OPTION_OPEN_LINK, KEY_QUERY_VALUE | view, opened) == ERROR_SUCCESS)
+        itself.Reset(opened);
+    if (m_handle != nullptr && itself && !kiv::IsLink(itself.Get())) {
+        kiv::EraseValues(m_handle);
+        kiv::EraseSubkeys(m_handle, m_permissions);
+    }
+    itself.Reset();
+    close();
+
+    // The parent is opened on this machine whatever machine the key is on. Callers count on it.
+    const std::string parentPath(kiv::ParentKeyPath(path, IsAnsiLeadByte));
+    if (!Keep(kiv::OpenKeyPath(nullptr, parentPath.c_str(), 0, m_permissions, opened)))
+        return true;
+    const kiv::ScopedRegistryKey parent(opened);
+    const std::string name(kiv::KeyName(path, IsAnsiLeadByte));
+    Keep(kiv::EraseSubkey(parent.Get(), name.c_str(), m_permissions));
+    return true;
+}

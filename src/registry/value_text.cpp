@@ -1,0 +1,63 @@
+#include "registry/value_text.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "support/ascii.h"
+
+namespace kiv {
+namespace {
+
+constexpr bool IsWhiteSpace(char c) noexcept {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+}  // namespace
+
+std::uint32_t NumberFromText(std::string_view text) noexcept {
+    std::size_t at = 0;
+    while (at < text.size() && IsWhiteSpace(text[at]))
+        ++at;
+    const bool negative = at < text.size() && text[at] == '-';
+    if (at < text.size() && (text[at] == '-' || text[at] == '+'))
+        ++at;
+    std::uint32_t number = 0;
+    for (; at < text.size() && IsDigit(text[at]); ++at)
+        number = number * 10 + static_cast<std::uint32_t>(text[at] - '0');
+    return negative ? 0 - number : number;
+}
+
+void SignedTextFromNumber(std::uint32_t number, char (&buffer)[kSignedTextSize]) noexcept {
+    const bool negative = (number & 0x80000000U) != 0;
+    std::uint32_t rest = negative ? 0 - number : number;
+    char digits[kSignedTextSize];
+    std::size_t count = 0;
+    do {
+        digits[count++] = static_cast<char>('0' + rest % 10);
+        rest /= 10;
+    } while (rest != 0);
+    if (negative)
+        digits[count++] = '-';
+    std::reverse_copy(digits, digits + count, buffer);
+    buffer[count] = '\0';
+}
+
+std::uint32_t NumberFromBytes(std::string_view bytes) noexcept {
+    std::uint32_t number = 0;
+    std::memcpy(&number, bytes.data(), std::min(bytes.size(), sizeof number));
+    return number;
+}
+
+std::vector<std::string_view> SplitMultiSz(std::string_view data) {
+    std::vector<std::string_view> items;
+    std::size_t used = 0;
+    while (used + 1 < data.size()) {
+        const std::string_view rest = data.substr(used);
+        const std::string_view item = rest.substr(0, rest.find('\0'));
+        items.push_back(item);
+        used += item.size() + 1;
+    }
+    return items;
+}
+
+}  // namespace kiv
