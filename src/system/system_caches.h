@@ -6,6 +6,7 @@
 
 #include "support/heap_text.h"
 #include "support/windows_api.h"
+#include "system/drive_letters.h"
 
 namespace kiv {
 
@@ -41,12 +42,23 @@ private:
 
 enum class OsFamily : signed char { kNotAsked, k9x, kNt };
 
+constexpr unsigned long kTerminalServerNotAsked = 0xFFFFFFFF;
+
 // The process-wide caches of CKivSystem.
 struct SystemCaches {
     TextCache<MAX_PATH> systemFolder;
+    TextCache<MAX_PATH> system16Folder;
     TextCache<MAX_PATH> windowsFolder;
+    TextCache<MAX_PATH> programFilesFolder;
+    TextCache<MAX_PATH> commonFilesFolder;
+    TextCache<MAX_PATH> tempFolder;
+    TextCache<MAX_PATH> fontsFolder;
+    TextCache<100> osVersion;
+    TextCache<100> ieVersion;
     TextCache<MAX_COMPUTERNAME_LENGTH + 2> computerName;
     std::atomic<OsFamily> family{OsFamily::kNotAsked};
+    std::atomic<unsigned long> terminalServer{kTerminalServerNotAsked};
+    DriveLetters driveLetters;
 };
 
 SystemCaches& Caches() noexcept;
