@@ -1,0 +1,73 @@
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "security/sid_text.h"
+
+namespace {
+
+void Require(bool condition) {
+    if (!condition)
+        std::abort();
+}
+
+// The number of a part as the C run-time reads it.
+std::uint32_t RunTimeNumber(const std::string& part) {
+    const unsigned long long number = std::strtoull(part.c_str(), nullptr, 10);
+    return static_cast<std::uint32_t>(std::min(number, 0xFFFFFFFFULL));
+}
+
+std::string Written(const kiv::SidAuthority& authority, const std::uint32_t* numbers, std::size_t count) {
+    std::string buffer(kiv::SidTextSize(count), '#');
+    const std::size_t length = kiv::WriteSidText(authority, numbers, count, buffer.data());
+    Require(length < buffer.size() && std::strlen(buffer.c_str()) == length);
+    buffer.resize(length);
+    return buffer;
+}
+
+// Every number is what the run-time makes of its part, and writing what was read reads the same again.
+void TryReading(const std::string& text) {
+    kiv::SidParts parts;
+    if (!kiv::ReadSidText(text.c_str(), parts))
+        return;
+    std::size_t at = 4;
+    for (unsigned i = 0; i < parts.count; ++i) {
+        at = text.find('-', at);
+        Require(at != std::string::npos);
+        ++at;
+        Require(parts.subAuthorities[i] == RunTimeNumber(text.substr(at, text.find('-', at) - at)));
+    }
+    Require(parts.count == parts.subAuthorities.size() || text.find('-', at) == std::string::npos);
+
+    const std::string clean = Written({0, 0, 0, 0, 0, parts.authority}, parts.subAuthorities.data(), parts.count);
+    kiv::SidParts again;
+    Require(kiv::ReadSidText(clean.c_str(), again));
+    Require(again.authority == parts.authority && again.count == parts.count &&
+            again.subAuthorities == parts.subAuthorities);
+}
+
+// Any SID fits the room that it is said to need.
+void TryWriting(const std::uint8_t* data, std::size_t size) {
+    kiv::SidAuthority authority{};
+    if (size < authority.size())
+        return;
+    std::copy_n(data, authority.size(), authority.begin());
+    std::uint32_t numbers[15];
+    const std::size_t count = std::min<std::size_t>((size - authority.size()) / sizeof *numbers, 15);
+    if (count > 0)
+        std::memcpy(numbers, data + authority.size(), count * sizeof *numbers);
+    Written(authority, numbers, count);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string bytes(reinterpret_cast<const char*>(data), size);
+    TryReading(bytes.c_str());
+    TryReading("S-1-" + std::string(bytes.c_str()));
+    TryWriting(data, size);
+    return 0;
+}

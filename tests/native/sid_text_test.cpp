@@ -1,0 +1,73 @@
+#include "security/sid_text.h"
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "support/check.h"
+
+namespace {
+
+using Numbers = std::vector<std::uint32_t>;
+
+std::string Written(const kiv::SidAuthority& authority, const Numbers& numbers) {
+    std::vector<char> buffer(kiv::SidTextSize(numbers.size()), '#');
+    const std::size_t length = kiv::WriteSidText(authority, numbers.data(), numbers.size(), buffer.data());
+    REQUIRE(length < buffer.size());
+    CHECK(buffer[length] == '\0');
+    return std::string(buffer.data(), length);
+}
+
+}  // namespace
+
+TEST_CASE("a SID is written in decimal, an authority beyond 32 bits in hexadecimal") {
+    CHECK(Written({0, 0, 0, 0, 0, 5}, {32, 544}) == "S-1-5-32-544");
+    CHECK(Written({0, 0, 0, 0, 1, 4}, {}) == "S-1-260");
+    CHECK(Written({0, 0, 0xFF, 0xFF, 0xFF, 0xFF}, {0}) == "S-1-4294967295-0");
+    CHECK(Written({0, 1, 0, 0, 0, 0}, {7}) == "S-1-0x000100000000-7");
+    CHECK(Written({0xAB, 0, 0, 0, 0, 0xC5}, {7}) == "S-1-0xab00000000c5-7");
+    std::string longest = "S-1-0xffffffffffff";
+    for (int i = 0; i < 15; ++i)
+        longest += "-4294967295";
+    CHECK(Written({255, 255, 255, 255, 255, 255}, Numbers(15, 0xFFFFFFFF)) == longest);
+}
+
+TEST_CASE("a text is read part by part, mistakes and all") {
+    const std::string manyDigits(65536, '7');
+    const struct {
+        std::string text;
+        int authority;
+        Numbers numbers;
+    } rows[] = {
+        {"S-1-5-32-544", 5, {32, 544}},
+        {"S-1-5", 5, {}},
+        {"S-1-", 0, {}},
+        {"S-1-5-", 5, {0}},
+        {"S-1--5", 0, {5}},
+        {"S-1-5--32", 5, {0, 32}},
+        {"S-1-5-1-2-3-4-5-6-7-8-9", 5, {1, 2, 3, 4, 5, 6, 7, 8}},
+        {"S-1-5-1-2-3-4-5-6-7-", 5, {1, 2, 3, 4, 5, 6, 7, 0}},
+        {"S-1-261", 5, {}},
+        {"S-1-99999999999", 255, {}},
+        {"S-1-5-4294967295-4294967296-99999999999", 5, {0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF}},
+        {"S-1-5-" + manyDigits + "-1", 5, {0xFFFFFFFF, 1}},
+        {"S-1-+5-\t +3- 4 -+ 5-++6", 5, {3, 4, 0, 0}},
+        {"S-1-5-1x2-x-0x10-0010", 5, {1, 0, 0, 10}},
+        {"S-1-0x000100000000-7", 0, {7}},
+    };
+    for (const auto& row : rows) {
+        CAPTURE(row.text.substr(0, 60));
+        kiv::SidParts parts;
+        REQUIRE(kiv::ReadSidText(row.text.c_str(), parts));
+        CHECK(parts.authority == row.authority);
+        CHECK(Numbers(parts.subAuthorities.begin(), parts.subAuthorities.begin() + parts.count) == row.numbers);
+    }
+}
+
+TEST_CASE("what does not begin with S-1- is an account name") {
+    kiv::SidParts parts;
+    for (const char* text : {"", "S", "S-1", "s-1-5-18", " S-1-5-18", "S-2-5-18", "S-01-5-18", "Administrators"}) {
+        CAPTURE(text);
+        CHECK_FALSE(kiv::ReadSidText(text, parts));
+    }
+}
