@@ -6,6 +6,7 @@
 #include "tavkivut/crypt.h"
 #include "tavkivut/file.h"
 #include "tavkivut/frame.h"
+#include "tavkivut/ini.h"
 #include "tavkivut/inst_server.h"
 #include "tavkivut/path.h"
 #include "tavkivut/process.h"

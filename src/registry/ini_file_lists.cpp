@@ -1,0 +1,120 @@
+#include "registry/ini_file_lists.h"
+
+#include <algorithm>
+
+#include "registry/ini_text.h"
+#include "support/ascii.h"
+#include "support/scoped_resource.h"
+#include "support/text_convert.h"
+#include "tavkivlg/tavkivlg.h"
+#include "tavkivut/system.h"
+
+namespace kiv {
+namespace {
+
+// What KivGetFileEncoding answers.
+constexpr unsigned long kUnmarked = 0;
+constexpr unsigned long kUtf16LittleEndian = 1;
+constexpr unsigned long kUtf16BigEndian = 2;
+
+constexpr std::size_t kUtf16MarkSize = 2;
+constexpr std::size_t kUtf8MarkSize = 3;
+
+// More than this the profile calls of the 9x family do not take.
+constexpr std::size_t kLargestBuffer9x = 32767;
+constexpr std::size_t kLargestBuffer = 0x3FFFFFFF;
+
+std::string LowerCase(std::string_view text) {
+    std::string lower(text);
+    for (char& c : lower)
+        c = ToLower(c);
+    return lower;
+}
+
+std::string ReadWhole(HANDLE file) {
+    std::string bytes(::GetFileSize(file, nullptr), '\0');
+    DWORD read = 0;
+    if (!::ReadFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &read, nullptr))
+        read = 0;
+    bytes.resize(read);
+    return bytes;
+}
+
+std::u16string FromUtf16(std::string_view bytes, bool bigEndian) {
+    std::u16string text;
+    text.reserve(bytes.size() / 2);
+    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
+        const auto first = static_cast<unsigned char>(bytes[i]);
+        const auto second = static_cast<unsigned char>(bytes[i + 1]);
+        text += static_cast<char16_t>(bigEndian ? first << 8 | second : second << 8 | first);
+    }
+    return text;
+}
+
+std::u16string Decode(std::string_view bytes, unsigned long encoding) {
+    if (encoding == kUtf16LittleEndian || encoding == kUtf16BigEndian)
+        return FromUtf16(bytes.substr(std::min(kUtf16MarkSize, bytes.size())), encoding == kUtf16BigEndian);
+    const std::wstring wide = WideFromUtf8(bytes.substr(std::min(kUtf8MarkSize, bytes.size())));
+    return {wide.begin(), wide.end()};
+}
+
+std::string ToAnsi(std::u16string_view text) {
+    return AnsiFromWide(std::wstring(text.begin(), text.end()));
+}
+
+}  // namespace
+
+IniFileLists::IniFileLists(const char* path, std::size_t fileSize) : m_path(path) {
+    ReadMarkedFile();
+    if (!m_marked)
+        m_buffer.resize(std::min(fileSize + 8, kLargestBuffer));
+}
+
+void IniFileLists::ReadMarkedFile() {
+    const ScopedFile file(
+        ::CreateFileA(m_path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const unsigned long encoding = file ? KivGetFileEncoding(file.Get()) : kUnmarked;
+    if (encoding == kUnmarked)
+        return;
+    m_marked = true;
+    const std::u16string text = Decode(ReadWhole(file.Get()), encoding);
+    for (const IniSection& section : ParseIniText(text)) {
+        m_sections.push_back({ToAnsi(section.name), ToAnsi(section.entries)});
+        m_byName.emplace(LowerCase(m_sections.back().name), m_sections.size() - 1);
+    }
+}
+
+// One of the system's calls with a buffer that holds its whole answer. A cut answer is two characters shorter than the
+// buffer; a file in the system code page fits at once, since no list is longer than the file.
+template <class Call>
+std::string_view IniFileLists::Ask(const Call& call) {
+    const std::size_t limit = CKivSystem::IsNT() == 0 ? kLargestBuffer : kLargestBuffer9x;
+    for (;;) {
+        const std::size_t size = std::min(m_buffer.size(), limit);
+        const std::size_t length = call(m_buffer.data(), static_cast<DWORD>(size));
+        if (length + 2 < size || size == limit)
+            return {m_buffer.data(), std::min(length, size)};
+        m_buffer.resize(std::min(m_buffer.size() * 2, limit));
+    }
+}
+
+std::string IniFileLists::SectionNames() {
+    if (!m_marked)
+        return std::string(
+            Ask([this](char* buffer, DWORD size) { return ::GetPrivateProfileSectionNamesA(buffer, size, m_path); }));
+    std::string names;
+    for (const MarkedSection& section : m_sections)
+        names.append(section.name).push_back('\0');
+    return names;
+}
+
+std::string_view IniFileLists::Entries(const std::string& section) {
+    if (!m_marked)
+        return Ask([this, &section](char* buffer, DWORD size) {
+            return ::GetPrivateProfileSectionA(section.c_str(), buffer, size, m_path);
+        });
+    const auto found = m_byName.find(LowerCase(section));
+    return found == m_byName.end() ? std::string_view() : std::string_view(m_sections[found->second].entries);
+}
+
+}  // namespace kiv
