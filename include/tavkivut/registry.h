@@ -22,7 +22,7 @@
 #include "tavkivut/export.h"
 
 class CKivRegValue;
-struct KivSharedKey;  // internal: an open key that an iterator shares with its copies
+struct KivSharedKey;  // internal: an open key that an iterator shares with its copies and its values
 namespace kiv {
 enum class ElementKind : int;  // internal: subkeys or values
 }
@@ -126,8 +126,8 @@ public:
 
     // Takes over a handle; the one held before is forgotten, not closed.
     void attach(HKEY handle) noexcept;
-    HKEY detach() noexcept;  // gives the handle up; the caller closes it
-    operator HKEY() const noexcept;
+    HKEY detach() noexcept;          // gives the handle up; the caller closes it
+    operator HKEY() const noexcept;  // null when not open
 
     const char* getWksta() const noexcept;  // with its two backslashes; null: local
     const char* getKey() const noexcept;    // the canonical path; null when closed
@@ -205,6 +205,8 @@ private:
     friend struct CKivRegKeyLayout;
     bool Take(const char* path, unsigned long permissions) noexcept;
     bool Keep(long status) noexcept;
+    void Share(KivSharedKey* walked, const iterator& position) noexcept;
+    void Unshare() noexcept;
     iterator Find(kiv::ElementKind kind, const char* name) noexcept;
     bool IsWhole(kiv::ElementKind kind, const iterator& first, const iterator& last) const noexcept;
 
@@ -214,6 +216,7 @@ private:
     unsigned long m_lastError;
     unsigned long m_permissions;
     unsigned long m_position;  // where operator++ found it among its siblings, verified by name before use
+    KivSharedKey* m_shared;    // not null: the handle is this one, and not only this object's
 };
 
 // A named value below a key that the object opens for itself. A null name is no value: the end of a walk.
@@ -270,7 +273,9 @@ public:
     unsigned long getPermissions() const noexcept;
 
 private:
+    friend class CKivRegKey;
     friend struct CKivRegValueLayout;
+    CKivRegValue(KivSharedKey* walked, const CKivRegKey::iterator& position) noexcept;
     bool Usable() const noexcept;
     bool Changeable() const noexcept;
     bool Keep(long status) noexcept;

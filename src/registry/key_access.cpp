@@ -99,10 +99,10 @@ bool IsPredefinedKey(HKEY key) noexcept {
     return number >= static_cast<std::int32_t>(0x80000000U) && number < static_cast<std::int32_t>(0x80000100U);
 }
 
-HKEY DuplicateKey(HKEY key) noexcept {
+HKEY DuplicateKey(HKEY key, BOOL inheritable) noexcept {
     HANDLE duplicate = nullptr;
     const HANDLE process = ::GetCurrentProcess();
-    if (!::DuplicateHandle(process, key, process, &duplicate, 0, TRUE, DUPLICATE_SAME_ACCESS))
+    if (!::DuplicateHandle(process, key, process, &duplicate, 0, inheritable, DUPLICATE_SAME_ACCESS))
         return nullptr;
     return static_cast<HKEY>(duplicate);
 }

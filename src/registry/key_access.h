@@ -18,8 +18,8 @@ LONG CreateKeyPath(const char* machine, const char* path, DWORD options, REGSAM 
 // Whether the handle is one of the predefined keys, which cannot be duplicated and need no closing.
 bool IsPredefinedKey(HKEY key) noexcept;
 
-// Another handle of the same key with the same access, inheritable; null when there can be none.
-HKEY DuplicateKey(HKEY key) noexcept;
+// Another handle of the same key with the same access; null when there can be none.
+HKEY DuplicateKey(HKEY key, BOOL inheritable) noexcept;
 
 }  // namespace kiv
 

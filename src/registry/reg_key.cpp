@@ -6,6 +6,7 @@
 #include "registry/key_access.h"
 #include "registry/key_elements.h"
 #include "registry/key_path.h"
+#include "registry/shared_key.h"
 #include "support/code_page.h"
 #include "support/heap_text.h"
 #include "tavkivut/registry.h"
@@ -15,7 +16,7 @@ using kiv::IsAnsiLeadByte;
 
 CKivRegKey::CKivRegKey(const char* wksta, const char* key, const char* subkey, unsigned long permissions) noexcept
     : m_handle(nullptr), m_wksta(nullptr), m_key(nullptr), m_lastError(ERROR_SUCCESS), m_permissions(permissions),
-      m_position(kiv::kNoPosition) {
+      m_position(kiv::kNoPosition), m_shared(nullptr) {
     connectTo(wksta);
     if (key != nullptr)
         open(key, subkey, permissions);
@@ -23,11 +24,11 @@ CKivRegKey::CKivRegKey(const char* wksta, const char* key, const char* subkey, u
 
 CKivRegKey::CKivRegKey(const CKivRegKey& other) noexcept
     : m_handle(nullptr), m_wksta(kiv::DuplicateText(other.m_wksta)), m_key(nullptr), m_lastError(ERROR_SUCCESS),
-      m_permissions(other.m_permissions), m_position(kiv::kNoPosition) {
+      m_permissions(other.m_permissions), m_position(kiv::kNoPosition), m_shared(nullptr) {
     const bool predefined = kiv::IsPredefinedKey(other.m_handle);
     const bool duplicable = m_wksta == nullptr && !predefined && CKivSystem::IsNT() == 0;
     if (duplicable && other.m_handle != nullptr)
-        m_handle = kiv::DuplicateKey(other.m_handle);
+        m_handle = kiv::DuplicateKey(other.m_handle, TRUE);
     if (duplicable && m_handle != nullptr)
         m_key = kiv::DuplicateText(other.m_key);
     else if (duplicable && other.m_handle == nullptr)
@@ -58,17 +59,43 @@ bool CKivRegKey::connectTo(const char* wksta) noexcept {
     return true;
 }
 
+// Takes part in the walked key of a closed object's position, instead of opening the same key once more.
+void CKivRegKey::Share(KivSharedKey* walked, const iterator& position) noexcept {
+    m_wksta = kiv::DuplicateText(position.m_wksta);
+    m_key = kiv::DuplicateText(position.m_key);
+    m_permissions = position.m_permissions;
+    m_shared = KivSharedKey::Use(walked);
+    m_handle = m_shared->handle;
+}
+
+// A handle that a caller gets to see must be this object's own: he may close it, or keep it while the object goes.
+void CKivRegKey::Unshare() noexcept {
+    if (m_shared == nullptr)
+        return;
+    HKEY own = m_handle;
+    if (!kiv::IsPredefinedKey(m_handle)) {
+        own = m_wksta == nullptr && CKivSystem::IsNT() == 0 ? kiv::DuplicateKey(m_handle, FALSE) : nullptr;
+        if (own == nullptr)
+            kiv::OpenKeyPath(m_wksta, m_key, 0, m_permissions, own);
+    }
+    KivSharedKey::Release(m_shared);
+    m_handle = own;
+}
+
 void CKivRegKey::attach(HKEY handle) noexcept {
+    KivSharedKey::Release(m_shared);
     m_handle = handle;
 }
 
 HKEY CKivRegKey::detach() noexcept {
+    Unshare();
     const HKEY handle = m_handle;
     m_handle = nullptr;
     return handle;
 }
 
 CKivRegKey::operator HKEY() const noexcept {
+    const_cast<CKivRegKey*>(this)->Unshare();
     return m_handle;
 }
 
@@ -147,8 +174,9 @@ bool CKivRegKey::create(const char* parent, const char* subkey, unsigned long pe
 }
 
 bool CKivRegKey::close() noexcept {
-    if (m_handle != nullptr)
+    if (m_handle != nullptr && m_shared == nullptr)
         ::RegCloseKey(m_handle);
+    KivSharedKey::Release(m_shared);
     m_handle = nullptr;
     kiv::FreeText(m_key);
     m_position = kiv::kNoPosition;

@@ -162,6 +162,8 @@ CKivRegKey::iteratorValues::iteratorValues(const char* wksta, const char* key, c
 CKivRegKey::iteratorValues::iteratorValues(const iterator& other) noexcept : iterator(other) {}
 
 CKivRegValue CKivRegKey::iteratorValues::operator*() noexcept {
+    if (m_walked != nullptr)
+        return CKivRegValue(m_walked, *this);
     return CKivRegValue(m_wksta, m_key, m_name, m_permissions);
 }
 

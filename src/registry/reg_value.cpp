@@ -35,6 +35,13 @@ CKivRegValue::CKivRegValue(const char* wksta, const char* key, const char* name,
     m_lastError = ERROR_SUCCESS;
 }
 
+// A value on a walk.
+CKivRegValue::CKivRegValue(KivSharedKey* walked, const CKivRegKey::iterator& position) noexcept
+    : m_key(new CKivRegKey), m_name(kiv::DuplicateText(position.getName())), m_text(nullptr),
+      m_lastError(ERROR_SUCCESS), m_permissions(position.getPermissions()), m_position(kiv::kNoPosition) {
+    m_key->Share(walked, position);
+}
+
 CKivRegValue::CKivRegValue(const CKivRegValue& other) noexcept
     : CKivRegValue(other.m_key->getWksta(), other.m_key->getKey(), other.m_name, other.m_permissions) {}
 
@@ -71,7 +78,7 @@ bool CKivRegValue::close() noexcept {
 }
 
 bool CKivRegValue::Usable() const noexcept {
-    return *m_key != nullptr && m_name != nullptr;
+    return m_key->m_handle != nullptr && m_name != nullptr;
 }
 
 bool CKivRegValue::Keep(long status) noexcept {
@@ -81,23 +88,23 @@ bool CKivRegValue::Keep(long status) noexcept {
 
 bool CKivRegValue::exist() noexcept {
     Keep(ERROR_SUCCESS);
-    return Usable() && Keep(::RegQueryValueExA(*m_key, m_name, nullptr, nullptr, nullptr, nullptr));
+    return Usable() && Keep(::RegQueryValueExA(m_key->m_handle, m_name, nullptr, nullptr, nullptr, nullptr));
 }
 
 unsigned long CKivRegValue::getType() const noexcept {
     DWORD type = 0;
-    if (!Usable() || ::RegQueryValueExA(*m_key, m_name, nullptr, &type, nullptr, nullptr) != ERROR_SUCCESS)
+    if (!Usable() || ::RegQueryValueExA(m_key->m_handle, m_name, nullptr, &type, nullptr, nullptr) != ERROR_SUCCESS)
         return 0;
     return type;
 }
 
 bool CKivRegValue::remove() noexcept {
     Keep(ERROR_SUCCESS);
-    return Usable() && Keep(::RegDeleteValueA(*m_key, m_name)) && close();
+    return Usable() && Keep(::RegDeleteValueA(m_key->m_handle, m_name)) && close();
 }
 
 void CKivRegValue::Write(unsigned long type, const void* data, unsigned long size) noexcept {
-    Keep(::RegSetValueExA(*m_key, m_name, 0, type, static_cast<const BYTE*>(data), size));
+    Keep(::RegSetValueExA(m_key->m_handle, m_name, 0, type, static_cast<const BYTE*>(data), size));
 }
 
 CKivRegValue& CKivRegValue::operator=(const char* text) noexcept {
@@ -147,7 +154,7 @@ CKivRegValue::operator const char*() noexcept {
     if (!Usable())
         return nullptr;
     kiv::ValueData data;
-    if (!Keep(data.Read(*m_key, m_name))) {
+    if (!Keep(data.Read(m_key->m_handle, m_name))) {
         if (m_lastError == ERROR_KEY_DELETED)
             m_text = kiv::DuplicateText("");
         return m_text;
@@ -170,7 +177,7 @@ CKivRegValue::operator unsigned long() noexcept {
         return 0;
     kiv::ValueData data;
     std::uint32_t number = 0;
-    if (!Keep(data.Read(*m_key, m_name)) || !Keep(NumberFromData(data, number)))
+    if (!Keep(data.Read(m_key->m_handle, m_name)) || !Keep(NumberFromData(data, number)))
         return 0;
     if (data.Type() != REG_DWORD)
         m_text = data.Release();
@@ -181,7 +188,7 @@ CKivRegValue& CKivRegValue::operator++() noexcept {
     unsigned long position = m_position;
     kiv::ElementName next;
     const REGSAM view = m_permissions & kiv::kViewBits;
-    if (kiv::ElementBehind(*m_key, ElementKind::kValue, view, m_name, position, next) == ERROR_SUCCESS) {
+    if (kiv::ElementBehind(m_key->m_handle, ElementKind::kValue, view, m_name, position, next) == ERROR_SUCCESS) {
         open(m_key->getWksta(), m_key->getKey(), next.text, m_permissions);
         m_position = position;
     } else {
@@ -191,7 +198,7 @@ CKivRegValue& CKivRegValue::operator++() noexcept {
 }
 
 int CKivRegValue::getIndex() noexcept {
-    return Usable() ? static_cast<int>(kiv::FindElement(*m_key, ElementKind::kValue, m_name)) : -1;
+    return Usable() ? static_cast<int>(kiv::FindElement(m_key->m_handle, ElementKind::kValue, m_name)) : -1;
 }
 
 const char* CKivRegValue::getName() const noexcept {

@@ -1,7 +1,6 @@
 #include "registry/value_text.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "support/ascii.h"
 
@@ -44,7 +43,8 @@ void SignedTextFromNumber(std::uint32_t number, char (&buffer)[kSignedTextSize])
 
 std::uint32_t NumberFromBytes(std::string_view bytes) noexcept {
     std::uint32_t number = 0;
-    std::memcpy(&number, bytes.data(), std::min(bytes.size(), sizeof number));
+    for (std::size_t i = 0; i < std::min(bytes.size(), sizeof number); ++i)
+        number |= static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[i])) << (8 * i);
     return number;
 }
 
