@@ -1,0 +1,285 @@
+#include "security/acl_layout.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace kiv {
+namespace {
+
+// Offsets in a list and an entry.
+constexpr std::size_t kListSize = 2;
+constexpr std::size_t kListCount = 4;
+constexpr std::size_t kEntrySize = 2;
+constexpr std::size_t kEntryMask = 4;
+
+constexpr std::uint8_t kLastTypeWithSid = 3;  // system alarm
+constexpr std::uint8_t kCompoundType = 4;
+constexpr std::uint8_t kHighestRevision = 4;
+constexpr std::uint8_t kSidRevision = 1;
+
+struct Word {
+    std::uint8_t bytes[4];
+};
+
+std::size_t ReadWord16(const std::uint8_t* bytes) noexcept {
+    return bytes[0] | static_cast<std::size_t>(bytes[1]) << 8;
+}
+
+void WriteWord16(std::uint8_t* bytes, std::size_t value) noexcept {
+    bytes[0] = static_cast<std::uint8_t>(value);
+    bytes[1] = static_cast<std::uint8_t>(value >> 8);
+}
+
+bool HasType(std::uint8_t revision, std::uint8_t type) noexcept {
+    return type <= kLastTypeWithSid || (type == kCompoundType && revision > kAclRevision) ||
+           revision == kHighestRevision;
+}
+
+void ReverseWords(std::uint8_t* begin, std::uint8_t* end) noexcept {
+    std::reverse(reinterpret_cast<Word*>(begin), reinterpret_cast<Word*>(end));
+}
+
+// Turns the order of the entries in a range around. Once all words are turned, each entry ends with the word that
+// holds its size.
+void ReverseEntries(std::uint8_t* begin, std::uint8_t* end) noexcept {
+    ReverseWords(begin, end);
+    while (end != begin) {
+        std::uint8_t* entry = end - ReadWord16(end - sizeof(Word) + kEntrySize);
+        ReverseWords(entry, end);
+        end = entry;
+    }
+}
+
+// What growth does to the order: denied entries first, in reverse, then the others as they stand.
+void RearrangeAsGrowthDoes(std::uint8_t* list) noexcept {
+    std::size_t deniedEnd = kAclHeaderSize;
+    AceWalk walk(list);
+    while (walk.Next()) {
+        if (!walk.Entry().IsDenied())
+            continue;
+        const std::size_t size = walk.Entry().Size();
+        std::rotate(list + deniedEnd, list + walk.Offset(), list + walk.Used());
+        deniedEnd += size;
+    }
+    ReverseEntries(list + kAclHeaderSize, list + deniedEnd);
+}
+
+void Append(std::vector<std::uint8_t>& bytes, AceView ace) {
+    bytes.insert(bytes.end(), ace.bytes, ace.bytes + ace.Size());
+}
+
+}  // namespace
+
+std::size_t SidLength(const std::uint8_t* sid, std::size_t available) noexcept {
+    if (available < kSidHeaderSize || sid[0] != kSidRevision || sid[1] > kSidSubAuthorityLimit)
+        return 0;
+    const std::size_t length = kSidHeaderSize + 4 * std::size_t{sid[1]};
+    return length <= available ? length : 0;
+}
+
+std::size_t AceView::Size() const noexcept {
+    return ReadWord16(bytes + kEntrySize);
+}
+
+std::uint32_t AceView::Mask() const noexcept {
+    return static_cast<std::uint32_t>(ReadWord16(bytes + kEntryMask) | ReadWord16(bytes + kEntryMask + 2) << 16);
+}
+
+const std::uint8_t* AceView::Sid() const noexcept {
+    return Type() <= kLastTypeWithSid ? bytes + kAceSidOffset : nullptr;
+}
+
+bool IsSoundAce(const std::uint8_t* ace, std::size_t available) noexcept {
+    if (available < kAceSidOffset)
+        return false;
+    const AceView view{ace};
+    const std::size_t size = view.Size();
+    if (size < kAceSidOffset || size > available || size % sizeof(Word) != 0)
+        return false;
+    return view.Sid() == nullptr || SidLength(view.Sid(), size - kAceSidOffset) != 0;
+}
+
+bool AreEqualAces(AceView a, AceView b) noexcept {
+    if (a.Type() != b.Type() || a.Flags() != b.Flags() || a.Mask() != b.Mask())
+        return false;
+    std::size_t aRest = a.Size() - kAceSidOffset;
+    std::size_t bRest = b.Size() - kAceSidOffset;
+    if (a.Sid() != nullptr) {
+        aRest = SidLength(a.Sid(), aRest);
+        bRest = SidLength(b.Sid(), bRest);
+    }
+    return aRest == bRest && std::memcmp(a.bytes + kAceSidOffset, b.bytes + kAceSidOffset, aRest) == 0;
+}
+
+void WriteAce(std::uint8_t* ace, std::uint8_t type, std::uint8_t flags, std::uint32_t mask, const std::uint8_t* sid,
+              std::size_t sidLength) noexcept {
+    ace[0] = type;
+    ace[1] = flags;
+    WriteWord16(ace + kEntrySize, kAceSidOffset + sidLength);
+    WriteWord16(ace + kEntryMask, mask & 0xFFFF);
+    WriteWord16(ace + kEntryMask + 2, mask >> 16);
+    std::memcpy(ace + kAceSidOffset, sid, sidLength);
+}
+
+std::size_t AclSize(const std::uint8_t* list) noexcept {
+    return ReadWord16(list + kListSize);
+}
+
+std::size_t AclCount(const std::uint8_t* list) noexcept {
+    return ReadWord16(list + kListCount);
+}
+
+std::size_t AclUsedSize(const std::uint8_t* list) noexcept {
+    AceWalk walk(list);
+    while (walk.Next()) {
+    }
+    return walk.Used();
+}
+
+void WriteEmptyAcl(std::uint8_t* list, std::size_t size, std::uint8_t revision) noexcept {
+    std::memset(list, 0, kAclHeaderSize);
+    list[0] = revision;
+    WriteWord16(list + kListSize, size);
+}
+
+AceWalk::AceWalk(const std::uint8_t* list) noexcept : m_list(list), m_left(AclCount(list)) {}
+
+bool AceWalk::Next() noexcept {
+    const std::size_t size = AclSize(m_list);
+    if (m_left == 0 || m_end > size || !IsSoundAce(m_list + m_end, size - m_end))
+        return false;
+    m_entry = m_end;
+    m_end += Entry().Size();
+    --m_left;
+    return true;
+}
+
+bool IsSoundAcl(const std::uint8_t* list) noexcept {
+    if (list[0] < kAclRevision || list[0] > kHighestRevision || AclSize(list) < kAclHeaderSize)
+        return false;
+    AceWalk walk(list);
+    while (walk.Next()) {
+    }
+    return walk.IsComplete();
+}
+
+const std::uint8_t* FindAce(const std::uint8_t* list, std::size_t index) noexcept {
+    AceWalk walk(list);
+    while (walk.Next()) {
+        if (index-- == 0)
+            return walk.Entry().bytes;
+    }
+    return nullptr;
+}
+
+AclAddition PlanAddition(const std::uint8_t* list, AceView ace) noexcept {
+    AceWalk walk(list);
+    while (walk.Next()) {
+    }
+    if (!walk.IsComplete())
+        return {kAclBadArgument, 0, 0};
+    if (!HasType(list[0], ace.Type()))
+        return {kAclWrongType, 0, 0};
+    std::size_t size = AclSize(list);
+    if (walk.Used() + ace.Size() > size)
+        size += ace.Size();
+    return {size > kAclSizeLimit ? kAclFull : kAclDone, walk.Used(), size};
+}
+
+AclAddition PlanNewAcl(AceView ace) noexcept {
+    if (!HasType(kAclRevision, ace.Type()))
+        return {kAclWrongType, 0, 0};
+    const std::size_t size = kAclHeaderSize + ace.Size();
+    return {size > kAclSizeLimit ? kAclFull : kAclDone, kAclHeaderSize, size};
+}
+
+void AddAce(std::uint8_t* list, AceView ace, const AclAddition& plan) noexcept {
+    if (plan.size > AclSize(list)) {
+        RearrangeAsGrowthDoes(list);
+        WriteWord16(list + kListSize, plan.size);
+    }
+    const std::size_t at = ace.IsDenied() ? kAclHeaderSize : plan.used;
+    std::memmove(list + at + ace.Size(), list + at, plan.used - at);
+    std::memcpy(list + at, ace.bytes, ace.Size());
+    WriteWord16(list + kListCount, AclCount(list) + 1);
+}
+
+std::uint32_t DeleteAce(std::uint8_t* list, std::size_t index) noexcept {
+    AceWalk walk(list);
+    std::size_t at = 0;
+    std::size_t end = 0;
+    while (walk.Next()) {
+        if (index-- == 0) {
+            at = walk.Offset();
+            end = walk.Used();
+        }
+    }
+    if (at == 0 || !walk.IsComplete())
+        return kAclBadArgument;
+    std::memmove(list + at, list + end, walk.Used() - end);
+    WriteWord16(list + kListCount, AclCount(list) - 1);
+    return kAclDone;
+}
+
+bool CopyInPreferredOrder(const std::uint8_t* list, std::uint8_t* block) noexcept {
+    constexpr struct {
+        bool inherited;
+        bool denied;
+    } kPasses[] = {{false, true}, {false, false}, {true, true}, {true, false}};
+
+    if (!IsSoundAcl(list))
+        return false;
+    WriteEmptyAcl(block, AclSize(list), list[0]);
+    WriteWord16(block + kListCount, AclCount(list));
+    std::uint8_t* out = block + kAclHeaderSize;
+    for (const auto& pass : kPasses) {
+        AceWalk walk(list);
+        while (walk.Next()) {
+            const AceView ace = walk.Entry();
+            if (ace.IsInherited() == pass.inherited && ace.IsDenied() == pass.denied) {
+                std::memcpy(out, ace.bytes, ace.Size());
+                out += ace.Size();
+            }
+        }
+    }
+    return true;
+}
+
+std::uint32_t AclBuilder::Add(AceView ace) {
+    if (!HasType(kAclRevision, ace.Type()))
+        return kAclWrongType;
+    const bool grows = HasList() && m_used + ace.Size() > m_size;
+    const std::size_t size = !HasList() ? kAclHeaderSize + ace.Size() : grows ? m_size + ace.Size() : m_size;
+    if (size > kAclSizeLimit)
+        return kAclFull;
+    const unsigned direction = grows ? 1 - m_direction : m_direction;
+    Append(ace.IsDenied() ? m_denied[direction] : m_others, ace);
+    m_direction = direction;
+    m_size = size;
+    m_used += ace.Size();
+    ++m_count;
+    return kAclDone;
+}
+
+void AclBuilder::Write(std::uint8_t* block) const noexcept {
+    WriteEmptyAcl(block, m_size, kAclRevision);
+    WriteWord16(block + kListCount, m_count);
+    std::uint8_t* out = block + kAclHeaderSize;
+    for (const Bytes* bytes : {&m_denied[m_direction], &m_denied[1 - m_direction], &m_others}) {
+        std::copy(bytes->begin(), bytes->end(), out);
+        out += bytes->size();
+    }
+    // What came in the present direction stands in front of all before it.
+    ReverseEntries(block + kAclHeaderSize, block + kAclHeaderSize + m_denied[m_direction].size());
+}
+
+std::uint32_t CopyEntries(const std::uint8_t* list, AclBuilder& builder) {
+    AceWalk walk(list);
+    while (walk.Next()) {
+        if (const std::uint32_t error = builder.Add(walk.Entry()))
+            return error;
+    }
+    return kAclDone;
+}
+
+}  // namespace kiv
