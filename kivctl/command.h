@@ -28,6 +28,9 @@ public:
 // The system's text for a Win32 error, as "Access denied. (5)".
 std::string ErrorText(unsigned long win32Error);
 
+// A text of the library, which is in the system code page, as JSON needs it.
+std::string Utf8(const std::string& text);
+
 // What a callback leaves behind when it is not 0: the answer "no" of a question.
 void SetExitCode(int code);
 

@@ -2,6 +2,7 @@
 
 #include "kivctl/command.h"
 
+#include "support/text_convert.h"
 #include "support/windows_api.h"
 
 namespace kivctl {
@@ -55,6 +56,10 @@ std::string ErrorText(unsigned long win32Error) {
     if (!text.empty())
         text += ' ';
     return text + "(" + std::to_string(win32Error) + ")";
+}
+
+std::string Utf8(const std::string& text) {
+    return kiv::Utf8FromWide(kiv::WideFromAnsi(text));
 }
 
 void SetExitCode(int code) {
