@@ -6,11 +6,12 @@
 #include <string_view>
 #include <vector>
 
+#include "files/path_text.h"
+
 namespace kiv {
 
-// Rules of the server list and of the paths in it. A "\" can be the second byte of a two-byte character: the caller
-// says which bytes begin one in the code page of the text. A ";" never is.
-using LeadByteTest = bool (*)(unsigned char byte);
+// Rules of the server list and of the paths in it. A "\" can be the second byte of a two-byte character, a ";" never
+// is.
 
 // The entries of a list, always at least one. A ";" as the last character begins no further entry.
 //

@@ -1,0 +1,161 @@
+// A program that uses the installation server once, for tests of what is kept for the life of a process. Each argument
+// that begins with neither "/" nor "-" is an operation: "path", "entry=3", "setup=C:\x". It prints "= RESULT" for each,
+// and before it the log lines that the operation wrote, as "1  TEXT". HKLM is the key of HKEY_CURRENT_USER that the
+// environment names.
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "support/windows_api.h"
+
+#include "tavkivlg/recording.h"
+#include "tavkivut/frame.h"
+#include "tavkivut/inst_server.h"
+
+namespace {
+
+struct Server : CKivInstServer {
+    using CKivInstServer::FreePathList;
+    using CKivInstServer::MallocPathList;
+};
+
+char g_buffer[kKivServerPathSize];
+
+const char* OrNull(const char* text) {
+    return text == nullptr ? "(null)" : text;
+}
+
+const char* OrNullArgument(const std::string& argument) {
+    return argument.empty() ? nullptr : argument.c_str();
+}
+
+std::string List(const std::string&) {
+    int isFallback = -1;
+    char* const list = Server::MallocPathList(&isFallback);
+    const std::string text = (isFallback != 0 ? "fallback " : "configured ") + std::string(list);
+    Server::FreePathList(list);
+    return text;
+}
+
+std::string Policy(const std::string& argument) {
+    char value[8] = "unset";
+    const unsigned length = CKivInstServer::GetServerPolicy(argument.c_str(), value, sizeof value);
+    return std::to_string(length) + " " + value;
+}
+
+std::string SetPolicy(const std::string& argument) {
+    const std::size_t colon = argument.find(':');
+    return std::to_string(
+        CKivInstServer::SetServerPolicy(argument.substr(0, colon).c_str(), argument.substr(colon + 1).c_str()));
+}
+
+std::string Choose(const std::string&) {
+    const int chosen = CKivInstServer::GetMostResponsiveServer(g_buffer, sizeof g_buffer, nullptr, -1);
+    return std::to_string(chosen) + " " + g_buffer;
+}
+
+struct Operation {
+    const char* name;
+    std::string (*run)(const std::string& argument);
+};
+
+constexpr Operation kOperations[] = {
+    {"list", List},
+    {"count", [](const std::string&) { return std::to_string(CKivInstServer::GetCount()); }},
+    {"entry",
+     [](const std::string& argument) {
+         CKivInstServer::GetPath(static_cast<unsigned>(std::stoul(argument)), g_buffer);
+         return std::string(g_buffer);
+     }},
+    {"path",
+     [](const std::string&) {
+         KivGetServerPath(g_buffer);
+         return std::string(g_buffer);
+     }},
+    {"random",
+     [](const std::string&) {
+         CKivInstServer::GetRandomPath(g_buffer);
+         return std::string(g_buffer);
+     }},
+    {"choose", Choose},
+    {"session",
+     [](const std::string& argument) {
+         CKivInstServer::SetSessionServerPath(argument.c_str());
+         return std::string();
+     }},
+    {"persist",
+     [](const std::string& argument) {
+         CKivInstServer::SetSessionRegPersistence(std::stoi(argument));
+         return std::string();
+     }},
+    {"setup",
+     [](const std::string& argument) {
+         CKivInstServer::GetSetupPath(g_buffer, OrNullArgument(argument));
+         return std::string(g_buffer);
+     }},
+    {"available",
+     [](const std::string& argument) { return std::to_string(CKivInstServer::IsAvailable(argument.c_str())); }},
+    {"fallback",
+     [](const std::string& argument) { return std::to_string(CKivInstServer::IsFallbackServer(argument.c_str())); }},
+    {"add",
+     [](const std::string& argument) {
+         CKivInstServer::AddPath(argument.c_str());
+         return std::string();
+     }},
+    {"remove",
+     [](const std::string& argument) {
+         CKivInstServer::RemovePath(static_cast<unsigned>(std::stoul(argument)));
+         return std::string();
+     }},
+    {"host", [](const std::string&) { return std::string(CKivInstServer::GetServerHost()); }},
+    {"share", [](const std::string&) { return std::string(OrNull(CKivInstServer::GetServerShare())); }},
+    {"policy", Policy},
+    {"setpolicy", SetPolicy},
+    {"wksta",
+     [](const std::string& argument) { return std::string(KivGetTavWkstaPath(nullptr, OrNullArgument(argument))); }},
+};
+
+void PrintLog() {
+    for (unsigned i = 0; i < KivRecordingCount(); ++i) {
+        KivRecordedLine line;
+        if (KivRecordingLine(i, &line) == 1)
+            std::printf("%u%c %s\n", line.level, line.kind, line.text);
+    }
+}
+
+// One "operation" or "operation=argument".
+bool Perform(const std::string& text) {
+    const std::size_t equals = text.find('=');
+    const std::string name = text.substr(0, equals);
+    for (const Operation& operation : kOperations) {
+        if (name != operation.name)
+            continue;
+        KivRecordingClear();
+        const std::string result = operation.run(equals == std::string::npos ? "" : text.substr(equals + 1));
+        PrintLog();
+        std::printf("= %s\n", result.c_str());
+        return true;
+    }
+    return false;
+}
+
+bool RedirectLocalMachine() {
+    HKEY key = nullptr;
+    const char* const subkey = std::getenv("KIV_LOCAL_MACHINE");
+    return subkey != nullptr && ::RegOpenKeyExA(HKEY_CURRENT_USER, subkey, 0, KEY_ALL_ACCESS, &key) == ERROR_SUCCESS &&
+           ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, key) == ERROR_SUCCESS;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (!RedirectLocalMachine())
+        return 3;
+    for (int i = 1; i < argc; ++i) {
+        if (argv[i][0] != '/' && argv[i][0] != '-' && !Perform(argv[i]))
+            return 2;
+    }
+    return 0;
+}
