@@ -70,8 +70,10 @@ ScopedHeapBlock FindAccountSid(const char* account) noexcept {
 void FindAccountName(PSID sid, char*& name, char*& domain) noexcept {
     DWORD nameSize = kUsualTextSize - 1;
     DWORD domainSize = kUsualTextSize - 1;
-    if (TryNameOfSid(sid, name, nameSize, domain, domainSize) || TryNameOfSid(sid, name, nameSize, domain, domainSize))
-        return;
+    for (int look = 0; look < 2; ++look) {
+        if (TryNameOfSid(sid, name, nameSize, domain, domainSize))
+            return;
+    }
     name = AllocateText(1);
     domain = AllocateText(1);
 }

@@ -95,7 +95,9 @@ CKivSid& CKivSid::operator=(decltype(nullptr)) noexcept {
 }
 
 CKivSid& CKivSid::operator=(const CKivSid& other) noexcept {
-    return *this = other.m_sid;
+    if (this != &other)
+        *this = other.m_sid;
+    return *this;
 }
 
 CKivSid& CKivSid::operator=(const char* text) noexcept {

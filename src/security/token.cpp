@@ -5,6 +5,7 @@
 
 #include "security/nt_family.h"
 #include "security/process_heap.h"
+#include "security/token_api.h"
 #include "security/token_information.h"
 #include "support/dynamic_function.h"
 #include "tavkivut/security.h"
@@ -12,12 +13,6 @@
 using kiv::IsNtFamily;
 
 namespace {
-
-// Windows 95 has the rest.
-struct DuplicateApi {
-    decltype(&::DuplicateTokenEx) duplicate;
-    void Load() noexcept { kiv::FindFunction(kiv::LoadSystemModule("advapi32.dll"), "DuplicateTokenEx", duplicate); }
-};
 
 // A new token with the same access; *out is null on failure.
 int Duplicate(HANDLE token, SECURITY_IMPERSONATION_LEVEL level, TOKEN_TYPE type, SECURITY_ATTRIBUTES* attributes,
@@ -29,7 +24,7 @@ int Duplicate(HANDLE token, SECURITY_IMPERSONATION_LEVEL level, TOKEN_TYPE type,
     *out = nullptr;
     if (!IsNtFamily())
         return 0;
-    const auto duplicate = kiv::DynamicApi<DuplicateApi>::Get().duplicate;
+    const auto duplicate = kiv::DynamicApi<kiv::TokenApi>::Get().duplicate;
     if (duplicate == nullptr) {
         ::SetLastError(ERROR_PROC_NOT_FOUND);
         return 0;
@@ -38,6 +33,10 @@ int Duplicate(HANDLE token, SECURITY_IMPERSONATION_LEVEL level, TOKEN_TYPE type,
 }
 
 }  // namespace
+
+void kiv::TokenApi::Load() noexcept {
+    FindFunction(LoadSystemModule("advapi32.dll"), "DuplicateTokenEx", duplicate);
+}
 
 // What the objects that share a handle have in common. Each of them may be on a thread of its own.
 struct CKivToken::Sharing {

@@ -10,6 +10,7 @@
 #include <sddl.h>
 
 #include "security/account_lookup.h"
+#include "security/token_api.h"
 #include "support/check.h"
 #include "support/forced_os_family.h"
 #include "support/swapped_api.h"
@@ -249,6 +250,17 @@ TEST_CASE("the second look-up counts, whatever it answers" * onNt) {
     CHECK(std::string(sid.GetName()).empty());
     CHECK(std::string(sid.GetDomain()).empty());
     CHECK(PlayedDatabase::calls == 2);
+}
+
+TEST_CASE("without the system's call no token is duplicated" * onNt) {
+    CKivToken token;
+    REQUIRE(token.OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY | TOKEN_DUPLICATE) == 1);
+    kiv::test::SwappedApi<kiv::TokenApi> tokens;
+    tokens->duplicate = nullptr;
+    void* duplicate = &token;
+    CHECK(token.DuplicateTo(&duplicate, SecurityIdentification, nullptr) == 0);
+    CHECK(::GetLastError() == ERROR_PROC_NOT_FOUND);
+    CHECK(duplicate == nullptr);
 }
 
 TEST_CASE("on the 9x family every SID stays empty") {
