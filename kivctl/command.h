@@ -35,6 +35,10 @@ std::string Utf8(const std::string& text);
 void SetExitCode(int code);
 
 // Each family adds its subcommand to the program, in a file of its own.
+void AddPrivilegeCommand(CLI::App& app);
+void AddRightCommand(CLI::App& app);
+void AddSidCommand(CLI::App& app);
+void AddTokenCommand(CLI::App& app);
 
 }  // namespace kivctl
 
