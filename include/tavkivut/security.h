@@ -194,6 +194,213 @@ private:
     void* m_token;  // null for process and thread
 };
 
+// One access-control entry (ACE): whom it concerns, which rights, and whether it allows or denies them.
+//
+// Entries of the types 0 (allowed), 1 (denied), 2 (audit) and 3 (alarm) hold a SID. Entries of other types, as a
+// foreign list may have them, are copied, compared and added as they are; their SID is not found.
+class KIV_API CKivAce {
+public:
+    // A copy; null, or an entry whose size does not fit what it holds, makes an empty object (last error 87).
+    CKivAce(void* const ace = nullptr) noexcept;
+    CKivAce(const CKivAce& other) noexcept;
+
+    // An entry that allows (allow not 0) or denies rights to a SID, and is inherited by objects and containers below
+    // (flags 3).
+    CKivAce(void* sid, unsigned long mask, int allow) noexcept;
+    ~CKivAce();
+
+    // Makes the entry anew, with a copy of the SID. A null or invalid SID gives 0 (last error 1337) and an empty
+    // object.
+    int Create(unsigned char type, unsigned char flags, unsigned long mask, void* sid) noexcept;
+
+    CKivAce& operator=(void* const ace) noexcept;  // as the constructor; may be the object's own
+    CKivAce& operator=(const CKivAce& other) noexcept;
+
+    // Both present, with the same type, mask, flags and SID.
+    bool operator==(void* const ace) const noexcept;
+
+    operator void*() const noexcept;  // the entry, which belongs to the object; null for an empty one
+    void* GetAce() const noexcept;    // the same
+    void* GetSid() const noexcept;    // the SID inside the entry; null when there is none
+
+    operator unsigned long() const noexcept;  // the access mask; 0 for an empty object
+    unsigned long GetAccessMask() const noexcept;
+
+    // Writes account and rights to the log, as lines of detail. `index` numbers the entry. Nothing for an empty object.
+    void DumpToLog(int index) noexcept;
+
+protected:
+    void Clear() noexcept;
+
+private:
+    friend struct CKivAceLayout;
+    void* m_ace;
+};
+
+// An access-control list (ACL) of at most 65535 bytes. An empty object has no list at all, which is not the same as a
+// list without entries.
+//
+// Adding an entry puts a denied one to the front of the list and every other one to its end. A list that has no room
+// for it grows by exactly the entry's size, and growing reverses the denied entries which are there already: adding the
+// denied entries A, B and C one after the other to an empty object gives C, A, B. A copy of a list, by constructor,
+// assignment or CKivSecurityDescriptor::SetDacl, adds the entries of its source in their order to a list of the same
+// size: A, B, C become C, B, A. The order among denied entries means nothing for what a list grants; that a copy has
+// them in front of entries which they used to follow can deny what the source allowed, never the other way round.
+//
+// The text form lists the entries, joined by "-":
+//
+//     {type-flags-0xmask-[sid]}        {0-3-0x10000000-[S-1-5-32-544]}-{1-3-0x40000-[S-1-1-0]}
+//
+// type and flags are decimal, the mask hexadecimal, the SID has its own text form. Pointers and texts that an operation
+// returns live until the next change or destruction of the object.
+class KIV_API CKivAcl {
+public:
+    // A copy. Null, a malformed list, and one with an entry of a type above 3 make an empty object.
+    CKivAcl(ACL* const acl = nullptr) noexcept;
+    CKivAcl(const CKivAcl& other) noexcept;
+    ~CKivAcl();
+
+    CKivAcl& operator=(ACL* const acl) noexcept;  // as the constructor; may be the object's own
+    CKivAcl& operator=(decltype(nullptr)) noexcept;
+    CKivAcl& operator=(const CKivAcl& other) noexcept;
+
+    // Reads a text form, and the text may be the object's own.
+    //
+    // Nothing is an error: reading ends where a text is not of that form, and what was read so far is kept. Type and
+    // flags may also be written as hexadecimal or octal numbers of C. Instead of a SID an account may be named, with
+    // ".\" in front for the local machine; an entry whose account is not known is left out, as is one that the
+    // list has no room for. What an entry lacks has a default: type 0, flags 0, mask 0x80000000, and Everyone where
+    // there are no brackets or a bracket is not closed. So "{}" grants read access to everyone: texts come from
+    // whoever may set rights. A text without a usable entry leaves the object empty.
+    CKivAcl& operator=(const char* text) noexcept;
+
+    // The text form; "" for a list without entries. Without a list the text that was made last, null if there was none.
+    operator const char*() noexcept;
+
+    operator ACL*() const noexcept;  // the list, which belongs to the object; null for an empty one
+    ACL* GetAcl() const noexcept;    // the same
+
+    int IsValid() const noexcept;  // 1 when there is a well-formed list
+
+    // Adds an entry by the rule above, and makes the list when there is none. On failure the list stays as it was; last
+    // error 1337 invalid SID, 87 malformed entry, 1306 type above 3, 1344 the list would become too large.
+    int AddAce(unsigned char type, unsigned char flags, unsigned long mask, void* sid) noexcept;
+    int AddAce(void* const ace) noexcept;  // may be one of the list's own
+
+    int DeleteAce(long index) noexcept;  // 0, with last error 87, when there is no such entry
+
+    // Puts own entries before inherited ones, and within both the denied entries before the others, else in their
+    // present order. A list that is not well-formed stays as it is.
+    void SetPreferredDaclOrder() noexcept;
+
+    long GetAceCount() const noexcept;          // -1 without a list
+    void* GetAceAt(long index) const noexcept;  // the entry inside the list; null when there is none
+
+    // What the system says that the list grants to an account, its groups counted in. 0 also on failure, without a
+    // list, and on systems that cannot tell (before Windows NT 4).
+    unsigned long GetEffectiveRights(void* const sid) noexcept;
+
+    // Writes all entries to the log, as lines of detail. `label` names the list and may be null.
+    void DumpToLog(const char* label) noexcept;
+
+protected:
+    void Clear() noexcept;
+
+private:
+    friend struct CKivAclLayout;
+    friend class CKivSecurityDescriptor;
+    void Adopt(void* list) noexcept;
+    bool Reserve(unsigned long size) noexcept;
+    ACL* m_acl;
+    char* m_text;
+    unsigned long m_capacity;  // bytes of the list's block, which may be more than the list has
+};
+
+// A security descriptor in its absolute form, with its own copies of owner, primary group and access-control list
+// (DACL). It never points into memory that it does not own. Copies have no primary group and no audit list (SACL).
+//
+// An absent DACL, a null DACL and a list without entries are three different things: a null DACL, which only
+// SetDacl(null) makes, grants everything to everyone, a list without entries grants nothing. Applying a descriptor
+// whose DACL is absent leaves the choice to the system; some take it for a null DACL.
+class KIV_API CKivSecurityDescriptor {
+public:
+    // As the assignment, so the default is a descriptor without owner, group and DACL.
+    CKivSecurityDescriptor(void* const sd = nullptr) noexcept;
+    CKivSecurityDescriptor(const CKivSecurityDescriptor& other) noexcept;
+    ~CKivSecurityDescriptor();
+
+    // Takes a copy of a descriptor of either form: owner, DACL and the marks that protect a DACL from inheritance. Null
+    // makes an empty descriptor. A DACL with entries of a type above 3 is kept as it is: GetDacl(ACL**) gives it,
+    // GetDacl() gives null. A malformed descriptor leaves none at all, and every operation answers 0 then.
+    CKivSecurityDescriptor& operator=(void* const sd) noexcept;
+    CKivSecurityDescriptor& operator=(const CKivSecurityDescriptor& other) noexcept;
+
+    operator void*() const noexcept;               // the descriptor, which belongs to the object
+    void* GetSecurityDescriptor() const noexcept;  // the same
+
+    void* GetOwner() const noexcept;         // null when there is none
+    void* GetPrimaryGroup() const noexcept;  // null when there is none
+
+    int GetDacl(ACL** out) const noexcept;  // 1 when a DACL is present; *out is the DACL, null for a null or absent one
+    ACL* GetDacl() const noexcept;          // the object's own list
+
+    // Put a copy into the descriptor; null takes the owner or group out. Something that cannot be copied gives 0 and
+    // changes nothing.
+    int SetOwner(void* const sid) noexcept;
+    int SetPrimaryGroup(void* const sid) noexcept;
+
+    // Puts a copy of the list into the descriptor; null makes a null DACL, which grants everything to everyone. A list
+    // that cannot be copied gives 0 and changes nothing.
+    int SetDacl(ACL* const acl) noexcept;
+
+    // Read owner and DACL, of a file also the group, from an object: a window station or desktop, a kernel object, a
+    // file or folder, a registry key, a service. The handle needs READ_CONTROL. On failure the object stays as it was.
+    int FromUserObject(void* handle) noexcept;
+    int FromKernelObject(void* handle) noexcept;
+    int FromFile(const char* path) noexcept;
+    int FromRegKey(HKEY key) noexcept;
+    int FromService(SC_HANDLE service) noexcept;
+
+    // The same for another object.
+    static int FromUserObject(void* handle, CKivSecurityDescriptor& target) noexcept;
+    static int FromKernelObject(void* handle, CKivSecurityDescriptor& target) noexcept;
+    static int FromFile(const char* path, CKivSecurityDescriptor& target) noexcept;
+    static int FromRegKey(HKEY key, CKivSecurityDescriptor& target) noexcept;
+    static int FromService(SC_HANDLE service, CKivSecurityDescriptor& target) noexcept;
+
+    // Apply the DACL alone to an object, SetRegKeyOwner the owner alone. Objects below are not touched. The handle
+    // needs WRITE_DAC, or WRITE_OWNER.
+    int SetUserObjectDacl(void* handle) const noexcept;
+    int SetKernelObjectDacl(void* handle) const noexcept;
+    int SetFileDacl(const char* path) const noexcept;
+    int SetRegKeyDacl(HKEY key) const noexcept;
+    int SetRegKeyOwner(HKEY key) const noexcept;
+    int SetServiceDacl(SC_HANDLE service) const noexcept;
+
+    // A copy of a descriptor in one block without pointers, to be released with LocalFree; null on failure.
+    static void* MakeSelfRelativeCopy(void* const sd) noexcept;
+
+    // A copy of a self-relative descriptor in absolute form, all parts in one block of the process heap, to be released
+    // with HeapFree; null for one that is absolute already, and on failure.
+    static void* MakeAbsoluteCopy(void* const sd) noexcept;
+
+protected:
+    // Takes a descriptor of either form over, which is a block of the process heap, and keeps owner, group and DACL.
+    // What cannot be used is freed and leaves no descriptor.
+    void Attach(void* sd) noexcept;
+    void Clear() noexcept;  // no descriptor at all
+
+private:
+    friend struct CKivSecurityDescriptorLayout;
+    bool CopyFrom(void* source, bool withGroup) noexcept;
+    int AttachRead(void* sd) noexcept;
+    int AdoptDacl(void* list) noexcept;
+    void* m_sd;
+    CKivSid m_owner;
+    CKivSid m_group;
+    CKivAcl m_dacl;
+};
+
 // Frees a SID that one of the functions for the logon SID returned. Null is allowed.
 extern "C" KIV_API void KIV_CALL KivFreeSid(void* sid) noexcept;
 
