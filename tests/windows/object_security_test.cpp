@@ -1,0 +1,268 @@
+#include "support/windows_api.h"
+
+#include <cstring>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "security/object_security.h"
+#include "support/check.h"
+#include "support/redirected_key.h"
+#include "support/sddl_text.h"
+#include "support/swapped_api.h"
+#include "support/temp_directory.h"
+#include "tavkivut/security.h"
+
+// Objects of the system, compared with what the system itself says about them.
+
+namespace {
+
+using kiv::test::SddlOf;
+using kiv::test::SwappedApi;
+using kiv::test::SystemDescriptor;
+using Read = std::function<BOOL(SECURITY_INFORMATION, PSECURITY_DESCRIPTOR, DWORD, DWORD*)>;
+
+constexpr SECURITY_INFORMATION kAll =
+    OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION;
+
+std::string SystemView(const Read& read, SECURITY_INFORMATION parts) {
+    DWORD size = 0;
+    read(parts, nullptr, 0, &size);
+    std::vector<char> descriptor(size);
+    REQUIRE(read(parts, descriptor.data(), size, &size));
+    return SddlOf(descriptor.data(), parts);
+}
+
+std::string EventView(HANDLE event, SECURITY_INFORMATION parts) {
+    return SystemView([&](auto... arguments) { return ::GetKernelObjectSecurity(event, arguments...); }, parts);
+}
+
+std::string FileView(const std::string& path, SECURITY_INFORMATION parts) {
+    return SystemView([&](auto... arguments) { return ::GetFileSecurityA(path.c_str(), arguments...); }, parts);
+}
+
+std::string KeyView(HKEY key, SECURITY_INFORMATION parts) {
+    return SystemView(
+        [&](SECURITY_INFORMATION wanted, PSECURITY_DESCRIPTOR descriptor, DWORD size, DWORD* needed) -> BOOL {
+            *needed = size;
+            return ::RegGetKeySecurity(key, wanted, descriptor, needed) == ERROR_SUCCESS;
+        },
+        parts);
+}
+
+// As the system shows the descriptor that the library read.
+std::string Shown(const CKivSecurityDescriptor& sd, SECURITY_INFORMATION parts) {
+    return SddlOf(sd.GetSecurityDescriptor(), parts);
+}
+
+// A descriptor whose DACL is the given text.
+CKivSecurityDescriptor WithDacl(const char* aclText) {
+    CKivAcl acl;
+    acl = aclText;
+    REQUIRE(acl.GetAcl() != nullptr);
+    CKivSecurityDescriptor sd;
+    REQUIRE(sd.SetDacl(acl) == 1);
+    return sd;
+}
+
+constexpr char kAclText[] = "{0-0-0x1f0003-[S-1-5-32-544]}-{1-0-0x2-[S-1-1-0]}-{0-0-0x100000-[S-1-5-11]}";
+constexpr char kSddl[] = "D:(D;;DC;;;WD)(A;;0x1f0003;;;BA)(A;;0x100000;;;AU)";
+
+}  // namespace
+
+TEST_CASE("the DACL of an event") {
+    const HANDLE event = ::CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    REQUIRE(event != nullptr);
+    CKivSecurityDescriptor sd = WithDacl(kAclText);
+    REQUIRE(sd.SetKernelObjectDacl(event) == 1);
+    CHECK(EventView(event, DACL_SECURITY_INFORMATION) == kSddl);
+
+    const std::string owner = EventView(event, OWNER_SECURITY_INFORMATION);
+    REQUIRE(sd.FromKernelObject(event) == 1);
+    CHECK(Shown(sd, kAll) == owner + kSddl);
+    CHECK(sd.GetDacl()->AceCount == 3);
+    CHECK(::CloseHandle(event));
+
+    CHECK(sd.FromKernelObject(event) == 0);
+    CHECK(::GetLastError() == ERROR_INVALID_HANDLE);
+    CHECK(Shown(sd, kAll) == owner + kSddl);
+    CHECK(sd.SetKernelObjectDacl(event) == 0);
+    CHECK(::GetLastError() == ERROR_INVALID_HANDLE);
+}
+
+TEST_CASE("the DACL and the owner of a registry key") {
+    const kiv::test::ScratchKey key;
+    CKivSecurityDescriptor sd = WithDacl("{0-2-0xf003f-[S-1-5-32-544]}-{0-2-0x20019-[S-1-1-0]}");
+    CKivSid users;
+    users = CKivSid::WKS_USERS;
+    REQUIRE(sd.SetOwner(users) == 1);
+    REQUIRE(sd.SetRegKeyDacl(key.Handle()) == 1);
+    CHECK(KeyView(key.Handle(), DACL_SECURITY_INFORMATION) == "D:(A;CI;KA;;;BA)(A;CI;KR;;;WD)");
+    CHECK(KeyView(key.Handle(), OWNER_SECURITY_INFORMATION) != "O:BU");
+    REQUIRE(sd.SetRegKeyOwner(key.Handle()) == 1);
+    CHECK(KeyView(key.Handle(), OWNER_SECURITY_INFORMATION) == "O:BU");
+
+    CKivSecurityDescriptor read;
+    REQUIRE(CKivSecurityDescriptor::FromRegKey(key.Handle(), read) == 1);
+    CHECK(Shown(read, kAll) == "O:BUD:(A;CI;KA;;;BA)(A;CI;KR;;;WD)");
+    CHECK(read.FromRegKey(nullptr) == 0);
+    CHECK(::GetLastError() == ERROR_INVALID_HANDLE);
+    CHECK(read.SetRegKeyDacl(nullptr) == 0);
+    CHECK(::GetLastError() == ERROR_INVALID_HANDLE);
+}
+
+TEST_CASE("the DACL of a file is set as the system's own call sets it") {
+    const kiv::test::TempDirectory directory;
+    const std::string ours = directory.Write("ours", "x");
+    const std::string theirs = directory.Write("theirs", "x");
+    for (const char* text : {"{0-0-0x1f01ff-[S-1-5-32-544]}-{0-0-0x120089-[S-1-1-0]}", "{0-0-0x10000000-[S-1-1-0]}"}) {
+        CAPTURE(text);
+        const CKivSecurityDescriptor sd = WithDacl(text);
+        REQUIRE(sd.SetFileDacl(ours.c_str()) == 1);
+        const SystemDescriptor same(Shown(sd, DACL_SECURITY_INFORMATION).c_str());
+        REQUIRE(::SetFileSecurityA(theirs.c_str(), DACL_SECURITY_INFORMATION, same.Get()));
+        CHECK(FileView(ours, kAll) == FileView(theirs, kAll));
+        CKivSecurityDescriptor read;
+        REQUIRE(read.FromFile(ours.c_str()) == 1);
+        CHECK(read.GetPrimaryGroup() != nullptr);
+        // Read lists are copies, in which denied entries stand in reverse; there are none here.
+        CHECK(Shown(read, kAll) == FileView(theirs, kAll));
+    }
+    CKivSecurityDescriptor sd = WithDacl("{}");
+    CHECK(sd.SetFileDacl((directory / "missing").c_str()) == 0);
+    CHECK(::GetLastError() == ERROR_FILE_NOT_FOUND);
+    CHECK(sd.FromFile((directory / "missing").c_str()) == 0);
+    CHECK(::GetLastError() == ERROR_FILE_NOT_FOUND);
+    CHECK(sd.SetFileDacl(nullptr) == 0);
+    CHECK(sd.FromFile(nullptr) == 0);
+    CHECK(Shown(sd, kAll) == "D:(A;;GR;;;WD)");
+}
+
+namespace {
+
+// Plays one object whose security is asked for and set, and notes what was handed over.
+struct PlayedObject {
+    static inline std::string descriptor;
+    static inline std::vector<std::string> calls;
+    static inline int growths;  // how often the descriptor outgrows the room it was given
+    static inline bool alwaysFits;
+    static inline bool nullDacl;  // what was set last
+
+    static BOOL Get(const void* object, SECURITY_INFORMATION parts, PSECURITY_DESCRIPTOR buffer, DWORD size,
+                    DWORD* needed) {
+        calls.push_back("get " + std::to_string(reinterpret_cast<std::uintptr_t>(object)) + " " +
+                        std::to_string(parts) + (size == 0 ? " size" : ""));
+        if (alwaysFits)
+            return TRUE;
+        const SystemDescriptor current(descriptor.c_str());
+        *needed = ::GetSecurityDescriptorLength(current.Get());
+        if (size < *needed || growths-- > 0) {
+            ::SetLastError(ERROR_INSUFFICIENT_BUFFER);
+            return FALSE;
+        }
+        std::memcpy(buffer, current.Get(), *needed);
+        return TRUE;
+    }
+
+    static BOOL Set(const void* object, SECURITY_INFORMATION parts, PSECURITY_DESCRIPTOR from) {
+        calls.push_back("set " + std::to_string(reinterpret_cast<std::uintptr_t>(object)) + " " +
+                        std::to_string(parts) + " " + SddlOf(from));
+        BOOL present = FALSE;
+        BOOL defaulted = FALSE;
+        ACL* list = nullptr;
+        REQUIRE(::GetSecurityDescriptorDacl(from, &present, &list, &defaulted));
+        nullDacl = present && list == nullptr;
+        return TRUE;
+    }
+
+    static BOOL WINAPI GetUser(HANDLE object, SECURITY_INFORMATION* parts, PSECURITY_DESCRIPTOR buffer, DWORD size,
+                               DWORD* needed) {
+        return Get(object, *parts, buffer, size, needed);
+    }
+    static BOOL WINAPI SetUser(HANDLE object, SECURITY_INFORMATION* parts, PSECURITY_DESCRIPTOR from) {
+        return Set(object, *parts, from);
+    }
+    static BOOL WINAPI GetService(SC_HANDLE object, SECURITY_INFORMATION parts, PSECURITY_DESCRIPTOR buffer, DWORD size,
+                                  DWORD* needed) {
+        return Get(object, parts, buffer, size, needed);
+    }
+    static BOOL WINAPI SetService(SC_HANDLE object, SECURITY_INFORMATION parts, PSECURITY_DESCRIPTOR from) {
+        return Set(object, parts, from);
+    }
+};
+
+class SwappedObject {
+public:
+    explicit SwappedObject(const char* descriptor) {
+        m_api->getUserObject = &PlayedObject::GetUser;
+        m_api->setUserObject = &PlayedObject::SetUser;
+        m_api->getService = &PlayedObject::GetService;
+        m_api->setService = &PlayedObject::SetService;
+        PlayedObject::descriptor = descriptor;
+        PlayedObject::calls.clear();
+        PlayedObject::growths = 0;
+        PlayedObject::alwaysFits = false;
+    }
+    kiv::ObjectSecurityApi* operator->() { return m_api.operator->(); }
+
+private:
+    SwappedApi<kiv::ObjectSecurityApi> m_api;
+};
+
+const HANDLE kObject = reinterpret_cast<HANDLE>(77);
+const SC_HANDLE kService = reinterpret_cast<SC_HANDLE>(78);
+
+}  // namespace
+
+TEST_CASE("services and user objects are asked for owner and DACL, and get the DACL") {
+    const SwappedObject object("O:SYD:(D;;CC;;;WD)(A;;GA;;;BA)");
+    CKivSecurityDescriptor sd;
+    REQUIRE(sd.FromUserObject(kObject) == 1);
+    CHECK(Shown(sd, kAll) == "O:SYD:(D;;CC;;;WD)(A;;GA;;;BA)");
+    REQUIRE(sd.FromService(kService) == 1);
+    REQUIRE(sd.SetUserObjectDacl(kObject) == 1);
+    REQUIRE(sd.SetServiceDacl(kService) == 1);
+    CHECK(PlayedObject::calls == std::vector<std::string>{"get 77 5 size", "get 77 5", "get 78 5 size", "get 78 5",
+                                                          "set 77 4 O:SYD:(D;;CC;;;WD)(A;;GA;;;BA)",
+                                                          "set 78 4 O:SYD:(D;;CC;;;WD)(A;;GA;;;BA)"});
+}
+
+TEST_CASE("a null DACL reaches a service as one") {
+    const SwappedObject object("O:SY");
+    CKivSecurityDescriptor sd;
+    REQUIRE(sd.SetDacl(nullptr) == 1);
+    REQUIRE(sd.SetServiceDacl(kService) == 1);
+    CHECK(PlayedObject::nullDacl);
+    sd = WithDacl("{}");
+    REQUIRE(sd.SetServiceDacl(kService) == 1);
+    CHECK_FALSE(PlayedObject::nullDacl);
+}
+
+TEST_CASE("a descriptor that cannot be read leaves the object as it was") {
+    SwappedObject object("O:SYD:(A;;GA;;;BA)");
+    CKivSecurityDescriptor sd = WithDacl("{}");
+    PlayedObject::growths = 2;
+    CHECK(sd.FromService(kService) == 0);
+    CHECK(::GetLastError() == ERROR_INSUFFICIENT_BUFFER);
+    PlayedObject::alwaysFits = true;
+    CHECK(sd.FromService(kService) == 0);
+    object->getService = nullptr;
+    object->setService = nullptr;
+    CHECK(sd.FromService(kService) == 0);
+    CHECK(::GetLastError() == ERROR_PROC_NOT_FOUND);
+    CHECK(sd.SetServiceDacl(kService) == 0);
+    CHECK(::GetLastError() == ERROR_PROC_NOT_FOUND);
+    CHECK(Shown(sd, kAll) == "D:(A;;GR;;;WD)");
+}
+
+TEST_CASE("real services and window stations answer") {
+    CKivSecurityDescriptor sd;
+    CHECK(sd.FromUserObject(::GetProcessWindowStation()) == 1);
+    const SC_HANDLE manager = ::OpenSCManagerA(nullptr, nullptr, SC_MANAGER_CONNECT);
+    REQUIRE(manager != nullptr);
+    const SC_HANDLE service = ::OpenServiceA(manager, "winmgmt", READ_CONTROL);
+    REQUIRE(service != nullptr);
+    CHECK(sd.FromService(service) == 1);
+    ::CloseServiceHandle(service);
+    ::CloseServiceHandle(manager);
+}

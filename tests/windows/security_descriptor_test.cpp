@@ -1,0 +1,354 @@
+#include "support/windows_api.h"
+
+#include <cstddef>
+#include <cstring>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "security/acl_rights.h"
+#include "support/check.h"
+#include "support/forced_os_family.h"
+#include "support/recording_log.h"
+#include "support/resource_count.h"
+#include "support/sddl_text.h"
+#include "support/swapped_api.h"
+#include "tavkivut/security.h"
+
+struct CKivSecurityDescriptorLayout {
+    static_assert(offsetof(CKivSecurityDescriptor, m_sd) == 0);
+    static_assert(offsetof(CKivSecurityDescriptor, m_owner) == sizeof(void*));
+    static_assert(offsetof(CKivSecurityDescriptor, m_group) == sizeof(void*) + sizeof(CKivSid));
+    static_assert(offsetof(CKivSecurityDescriptor, m_dacl) == sizeof(void*) + 2 * sizeof(CKivSid));
+};
+
+namespace {
+
+using kiv::test::ForcedOsFamily;
+using kiv::test::SddlOf;
+using kiv::test::SystemDescriptor;
+
+class Attachable : public CKivSecurityDescriptor {
+public:
+    using CKivSecurityDescriptor::Attach;
+    using CKivSecurityDescriptor::Clear;
+};
+
+// As the system shows it; "(none)" without a descriptor.
+std::string Shown(const CKivSecurityDescriptor& sd) {
+    return sd.GetSecurityDescriptor() != nullptr ? SddlOf(sd.GetSecurityDescriptor()) : "(none)";
+}
+
+SECURITY_DESCRIPTOR_CONTROL ControlOf(void* sd) {
+    SECURITY_DESCRIPTOR_CONTROL control = 0;
+    DWORD revision = 0;
+    REQUIRE(::GetSecurityDescriptorControl(sd, &control, &revision));
+    return control;
+}
+
+// The same descriptor in absolute form, its parts in memory of their own.
+class AbsoluteDescriptor {
+public:
+    explicit AbsoluteDescriptor(const char* text) : m_source(text) {
+        ACL* dacl = m_source.Dacl();
+        BOOL present = FALSE;
+        BOOL defaulted = FALSE;
+        ACL* sacl = nullptr;
+        PSID owner = nullptr;
+        PSID group = nullptr;
+        REQUIRE(::GetSecurityDescriptorSacl(m_source.Get(), &present, &sacl, &defaulted));
+        REQUIRE(::GetSecurityDescriptorOwner(m_source.Get(), &owner, &defaulted));
+        REQUIRE(::GetSecurityDescriptorGroup(m_source.Get(), &group, &defaulted));
+        REQUIRE(::InitializeSecurityDescriptor(&m_descriptor, SECURITY_DESCRIPTOR_REVISION));
+        REQUIRE(::SetSecurityDescriptorOwner(&m_descriptor, owner, FALSE));
+        REQUIRE(::SetSecurityDescriptorGroup(&m_descriptor, group, FALSE));
+        REQUIRE(::SetSecurityDescriptorSacl(&m_descriptor, present, sacl, FALSE));
+        REQUIRE(::SetSecurityDescriptorDacl(&m_descriptor, (ControlOf(m_source.Get()) & SE_DACL_PRESENT) != 0, dacl,
+                                            FALSE));
+        m_descriptor.Control |= ControlOf(m_source.Get()) & SE_DACL_PROTECTED;
+    }
+    PSECURITY_DESCRIPTOR Get() { return &m_descriptor; }
+
+private:
+    SystemDescriptor m_source;
+    SECURITY_DESCRIPTOR m_descriptor;
+};
+
+}  // namespace
+
+TEST_CASE("a copy of either form has the owner and the DACL, not the group and the SACL") {
+    const struct {
+        const char* source;
+        const char* copy;
+    } rows[] = {
+        {"O:SYG:BAD:(D;;WD;;;WD)(A;OICI;GA;;;BA)S:(AU;SA;GA;;;WD)", "O:SYD:(D;;WD;;;WD)(A;OICI;GA;;;BA)"},
+        {"G:BAD:P(A;;GA;;;BA)", "D:P(A;;GA;;;BA)"},
+        {"O:BAD:", "O:BAD:"},
+        {"O:BA", "O:BA"},
+        {"", ""},
+    };
+    for (const auto& row : rows) {
+        CAPTURE(row.source);
+        const SystemDescriptor selfRelative(row.source);
+        AbsoluteDescriptor absolute(row.source);
+        for (const PSECURITY_DESCRIPTOR source : {selfRelative.Get(), absolute.Get()}) {
+            CKivSecurityDescriptor sd(source);
+            CHECK(Shown(sd) == row.copy);
+            CHECK((ControlOf(sd) & SE_SELF_RELATIVE) == 0);
+            CKivSecurityDescriptor copy(sd);
+            CHECK(Shown(copy) == row.copy);
+            CHECK(copy.GetSecurityDescriptor() != sd.GetSecurityDescriptor());
+            CHECK((sd.GetOwner() == nullptr || copy.GetOwner() != sd.GetOwner()));
+            CHECK((sd.GetDacl() == nullptr || copy.GetDacl() != sd.GetDacl()));
+        }
+    }
+}
+
+TEST_CASE("absent, null and empty DACLs stay apart") {
+    ACL* list = reinterpret_cast<ACL*>(&list);
+    CKivSecurityDescriptor sd;
+    CHECK(Shown(sd).empty());
+    CHECK(sd.GetDacl(&list) == 0);
+    CHECK(list == nullptr);
+    CHECK(sd.SetDacl(nullptr) == 1);
+    CHECK(sd.GetDacl(&list) == 1);
+    CHECK(list == nullptr);
+    CHECK(ControlOf(sd) == SE_DACL_PRESENT);
+    CKivSecurityDescriptor copy(sd);
+    CHECK(copy.GetDacl(&list) == 1);
+    CHECK(list == nullptr);
+    const SystemDescriptor empty("D:");
+    CHECK(copy.SetDacl(empty.Dacl()) == 1);
+    CHECK(copy.GetDacl(&list) == 1);
+    REQUIRE(list != nullptr);
+    CHECK(list == copy.GetDacl());
+    CHECK(list->AceCount == 0);
+    CHECK(sd.GetDacl(nullptr) == 1);
+}
+
+TEST_CASE("parts are set as copies, and what is invalid changes nothing") {
+    const SystemDescriptor source("O:SYG:BAD:(D;;CC;;;WD)(D;;DC;;;WD)");
+    CKivSecurityDescriptor sd(source.Get());
+    CKivSid users;
+    users = CKivSid::WKS_USERS;
+    CHECK(sd.SetPrimaryGroup(users) == 1);
+    CHECK(::EqualSid(sd.GetPrimaryGroup(), users));
+    CHECK(sd.GetPrimaryGroup() != users.GetSid());
+    CHECK(Shown(sd) == "O:SYG:BUD:(D;;DC;;;WD)(D;;CC;;;WD)");
+
+    char noSid[SECURITY_MAX_SID_SIZE] = {9};
+    ACL noList = {9, 0, sizeof(ACL), 0, 0};
+    CHECK(sd.SetOwner(noSid) == 0);
+    CHECK(::GetLastError() == ERROR_INVALID_SID);
+    CHECK(sd.SetPrimaryGroup(noSid) == 0);
+    CHECK(sd.SetDacl(&noList) == 0);
+    CHECK(::GetLastError() == ERROR_INVALID_ACL);
+    CHECK(Shown(sd) == "O:SYG:BUD:(D;;DC;;;WD)(D;;CC;;;WD)");
+
+    // Its own parts, each list copy turning the denied entries around.
+    CHECK(sd.SetOwner(sd.GetOwner()) == 1);
+    CHECK(sd.SetPrimaryGroup(sd.GetOwner()) == 1);
+    CHECK(sd.SetDacl(sd.GetDacl()) == 1);
+    CHECK(Shown(sd) == "O:SYG:SYD:(D;;CC;;;WD)(D;;DC;;;WD)");
+    sd = sd.GetSecurityDescriptor();
+    CHECK(Shown(sd) == "O:SYD:(D;;DC;;;WD)(D;;CC;;;WD)");
+    const CKivSecurityDescriptor& itself = sd;
+    sd = itself;
+    CHECK(Shown(sd) == "O:SYD:(D;;DC;;;WD)(D;;CC;;;WD)");
+    CHECK(sd.SetOwner(nullptr) == 1);
+    CHECK(sd.GetOwner() == nullptr);
+    CHECK(Shown(sd) == "D:(D;;DC;;;WD)(D;;CC;;;WD)");
+}
+
+TEST_CASE("a DACL of foreign types is kept, a malformed one is not lost in silence") {
+    alignas(DWORD) unsigned char bytes[] = {4,  0, 60, 0, 2, 0, 0, 0,  // revision 4, 60 bytes, two entries
+                                            5,  2, 24, 0, 1, 0, 0, 0, 0, 0, 0, 0, 1, 1, 0, 0, 0,  0, 0, 5,
+                                            18, 0, 0,  0,  // an object's
+                                            0,  0, 20, 0, 2, 0, 0, 0, 1, 1, 0, 0, 0, 0, 0, 5, 18, 0, 0, 0,  // S-1-5-18
+                                            0,  0, 0,  0, 0, 0, 0, 0};
+    auto* const dacl = reinterpret_cast<ACL*>(bytes);
+    SECURITY_DESCRIPTOR absolute;
+    REQUIRE(::InitializeSecurityDescriptor(&absolute, SECURITY_DESCRIPTOR_REVISION));
+    REQUIRE(::SetSecurityDescriptorDacl(&absolute, TRUE, dacl, FALSE));
+    absolute.Control |= SE_DACL_PROTECTED;
+    char selfRelative[200];
+    DWORD size = sizeof selfRelative;
+    REQUIRE(::MakeSelfRelativeSD(&absolute, selfRelative, &size));
+    for (void* const source : {static_cast<void*>(&absolute), static_cast<void*>(selfRelative)}) {
+        CKivSecurityDescriptor first(source);
+        const CKivSecurityDescriptor sd(first);
+        first = nullptr;
+        ACL* list = nullptr;
+        REQUIRE(sd.GetDacl(&list) == 1);
+        REQUIRE(list != nullptr);
+        CHECK(sd.GetDacl() == nullptr);
+        CHECK(list != dacl);
+        CHECK(list->AclRevision == 4);
+        CHECK(list->AclSize == 52);
+        CHECK(std::memcmp(list + 1, dacl + 1, 52 - sizeof(ACL)) == 0);
+        CHECK((ControlOf(sd) & SE_DACL_PROTECTED) != 0);
+    }
+    CKivSecurityDescriptor other;
+    CHECK(other.SetDacl(dacl) == 0);
+    CHECK(::GetLastError() == 1306);
+    CHECK(other.GetDacl(nullptr) == 0);
+
+    dacl->AceCount = 7;
+    other = &absolute;
+    CHECK(::GetLastError() == ERROR_INVALID_ACL);
+    CHECK(Shown(other) == "(none)");
+    CHECK(CKivSecurityDescriptor(other).GetSecurityDescriptor() == nullptr);
+}
+
+TEST_CASE("without a descriptor every operation fails") {
+    Attachable sd;
+    sd.Clear();
+    CKivSid users;
+    users = CKivSid::WKS_USERS;
+    CHECK(sd.SetOwner(users) == 0);
+    CHECK(sd.SetPrimaryGroup(users) == 0);
+    CHECK(sd.SetDacl(nullptr) == 0);
+    CHECK(sd.GetOwner() == nullptr);
+    CHECK(sd.GetPrimaryGroup() == nullptr);
+    CHECK(sd.GetDacl(nullptr) == 0);
+    CHECK(sd.SetRegKeyDacl(HKEY_CURRENT_USER) == 0);
+    CHECK(sd.SetKernelObjectDacl(::GetCurrentProcess()) == 0);
+    CHECK(::GetLastError() == ERROR_INVALID_PARAMETER);
+    SECURITY_DESCRIPTOR unknown = {};
+    unknown.Revision = 77;
+    CHECK(CKivSecurityDescriptor(&unknown).GetSecurityDescriptor() == nullptr);
+}
+
+TEST_CASE("a descriptor that is taken over keeps its group") {
+    const char* const text = "O:SYG:BAD:(A;;GA;;;BA)S:(AU;SA;GA;;;WD)";
+    const SystemDescriptor source(text);
+    const DWORD length = ::GetSecurityDescriptorLength(source.Get());
+    const auto heapCopy = [&] {
+        void* block = ::HeapAlloc(::GetProcessHeap(), 0, length);
+        std::memcpy(block, source.Get(), length);
+        return block;
+    };
+    Attachable sd;
+    sd.Attach(heapCopy());
+    CHECK(Shown(sd) == "O:SYG:BAD:(A;;GA;;;BA)");
+    sd.Attach(sd.GetSecurityDescriptor());
+    CHECK(Shown(sd) == "O:SYG:BAD:(A;;GA;;;BA)");
+    sd.Attach(CKivSecurityDescriptor::MakeAbsoluteCopy(source.Get()));
+    CHECK(Shown(sd) == "O:SYG:BAD:(A;;GA;;;BA)");
+    sd.Attach(nullptr);
+    CHECK(Shown(sd) == "(none)");
+    const kiv::test::ResourceCount before = kiv::test::CountResources();
+    sd.Attach(heapCopy());
+    sd.Attach(nullptr);
+    CHECK(kiv::test::CountResources() == before);
+}
+
+TEST_CASE("both forms are made as one block") {
+    for (const char* text : {"O:SYG:BAD:(D;;WD;;;WD)(A;OICI;GA;;;BA)S:(AU;SA;GA;;;WD)", "D:", "G:BA", ""}) {
+        CAPTURE(text);
+        AbsoluteDescriptor absolute(text);
+        void* const selfRelative = CKivSecurityDescriptor::MakeSelfRelativeCopy(absolute.Get());
+        REQUIRE(selfRelative != nullptr);
+        CHECK((ControlOf(selfRelative) & SE_SELF_RELATIVE) != 0);
+        CHECK(SddlOf(selfRelative) == text);
+        void* const again = CKivSecurityDescriptor::MakeSelfRelativeCopy(selfRelative);
+        REQUIRE(again != nullptr);
+        CHECK(again != selfRelative);
+        CHECK(SddlOf(again) == text);
+        void* const back = CKivSecurityDescriptor::MakeAbsoluteCopy(selfRelative);
+        CHECK(::LocalFree(selfRelative) == nullptr);
+        REQUIRE(back != nullptr);
+        CHECK((ControlOf(back) & SE_SELF_RELATIVE) == 0);
+        CHECK(SddlOf(back) == text);
+        CHECK(CKivSecurityDescriptor::MakeAbsoluteCopy(back) == nullptr);
+        CHECK(::HeapFree(::GetProcessHeap(), 0, back));
+        CHECK(::LocalFree(again) == nullptr);
+    }
+    CHECK(CKivSecurityDescriptor::MakeSelfRelativeCopy(nullptr) == nullptr);
+    CHECK(CKivSecurityDescriptor::MakeAbsoluteCopy(nullptr) == nullptr);
+}
+
+TEST_CASE("objects of all kinds leave nothing behind") {
+    const auto work = [] {
+        const SystemDescriptor source("O:SYG:BAD:(D;;WD;;;WD)(A;OICI;GA;;;BA)");
+        CKivSecurityDescriptor sd(source.Get());
+        CKivSecurityDescriptor copy(sd);
+        copy = sd.GetSecurityDescriptor();
+        sd.FromKernelObject(::GetCurrentProcess());
+        CKivAcl acl(copy.GetDacl());
+        acl = static_cast<const char*>(acl);
+        acl.AddAce(acl.GetAceAt(0));
+        acl.SetPreferredDaclOrder();
+        CKivAce ace(acl.GetAceAt(1));
+        ace.Create(0, 0, 1, ace.GetSid());
+        acl = "{0-0-0x1-[no such account]}-{9-0-0x1}";
+        sd.SetDacl(acl);
+    };
+    work();
+    const kiv::test::ResourceCount before = kiv::test::CountResources();
+    work();
+    CHECK(kiv::test::CountResources() == before);
+}
+
+TEST_CASE("on the 9x family nothing happens") {
+    const SystemDescriptor source("O:SYG:BAD:(A;;GA;;;BA)");
+    CKivSecurityDescriptor sd(source.Get());
+    kiv::test::RecordingLog log;
+    const ForcedOsFamily family(kiv::OsFamily::k9x);
+    CHECK(CKivSecurityDescriptor().GetSecurityDescriptor() == nullptr);
+    CHECK(CKivSecurityDescriptor(source.Get()).GetSecurityDescriptor() == nullptr);
+    CHECK(CKivSecurityDescriptor::MakeSelfRelativeCopy(source.Get()) == nullptr);
+    CHECK(CKivSecurityDescriptor::MakeAbsoluteCopy(source.Get()) == nullptr);
+    CHECK(sd.FromKernelObject(::GetCurrentProcess()) == 0);
+    CHECK(CKivAcl(source.Dacl()).GetAcl() == nullptr);
+    CHECK(CKivAce(source.Dacl() + 1).GetAce() == nullptr);
+    CKivAcl acl;
+    acl = "{}";
+    CHECK(acl.GetAcl() == nullptr);
+    CHECK(acl.AddAce(source.Dacl() + 1) == 0);
+    acl.DumpToLog("x");
+    CHECK(log.Lines().empty());
+    sd = nullptr;
+    CHECK(sd.GetSecurityDescriptor() == nullptr);
+}
+
+namespace {
+
+// Plays the system's look at a list.
+struct PlayedRights {
+    static inline DWORD status;
+    static inline ACL* list;
+    static inline TRUSTEE_A trustee;
+    static DWORD WINAPI Ask(ACL* acl, TRUSTEE_A* whose, ACCESS_MASK* rights) {
+        list = acl;
+        trustee = *whose;
+        *rights = 0x1200A9;
+        return status;
+    }
+};
+
+}  // namespace
+
+TEST_CASE("the effective rights are the system's answer") {
+    CKivSid users;
+    users = CKivSid::WKS_USERS;
+    CKivAcl acl;
+    kiv::test::SwappedApi<kiv::AclRightsApi> api;
+    api->effectiveRights = &PlayedRights::Ask;
+    CHECK(acl.GetEffectiveRights(users) == 0);
+    acl = "{0-0-0x1200a9-[S-1-5-32-545]}";
+    PlayedRights::status = ERROR_SUCCESS;
+    CHECK(acl.GetEffectiveRights(users) == 0x1200A9);
+    CHECK(PlayedRights::list == acl.GetAcl());
+    CHECK(PlayedRights::trustee.TrusteeForm == TRUSTEE_IS_SID);
+    CHECK(PlayedRights::trustee.ptstrName == users.GetSid());
+    CHECK(PlayedRights::trustee.MultipleTrusteeOperation == NO_MULTIPLE_TRUSTEE);
+    CHECK(acl.GetEffectiveRights(nullptr) == 0);
+    CHECK(::GetLastError() == ERROR_INVALID_SID);
+    PlayedRights::status = ERROR_NONE_MAPPED;
+    CHECK(acl.GetEffectiveRights(users) == 0);
+    CHECK(::GetLastError() == ERROR_NONE_MAPPED);
+    api->effectiveRights = nullptr;
+    CHECK(acl.GetEffectiveRights(users) == 0);
+    CHECK(::GetLastError() == ERROR_PROC_NOT_FOUND);
+}
