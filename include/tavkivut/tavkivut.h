@@ -10,6 +10,7 @@
 #include "tavkivut/inst_server.h"
 #include "tavkivut/path.h"
 #include "tavkivut/process.h"
+#include "tavkivut/reg_exp.h"
 #include "tavkivut/registry.h"
 #include "tavkivut/security.h"
 #include "tavkivut/system.h"
