@@ -35,9 +35,11 @@ std::string Utf8(const std::string& text);
 void SetExitCode(int code);
 
 // Each family adds its subcommand to the program, in a file of its own.
+void AddFileCommand(CLI::App& app);
 void AddPrivilegeCommand(CLI::App& app);
 void AddRightCommand(CLI::App& app);
 void AddSidCommand(CLI::App& app);
+void AddSystemCommand(CLI::App& app);
 void AddTokenCommand(CLI::App& app);
 
 }  // namespace kivctl

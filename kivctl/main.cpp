@@ -71,9 +71,11 @@ void SetExitCode(int code) {
 int main(int argc, char** argv) {
     CLI::App app("The utilities library from the command line.", "kivctl");
     app.require_subcommand(1);
+    kivctl::AddFileCommand(app);
     kivctl::AddPrivilegeCommand(app);
     kivctl::AddRightCommand(app);
     kivctl::AddSidCommand(app);
+    kivctl::AddSystemCommand(app);
     kivctl::AddTokenCommand(app);
     return kivctl::Run(app, argc, argv);
 }
