@@ -1,10 +1,11 @@
 # kiv_native_test(<name> SOURCES <file>...)
 #   A doctest program of pure rules, linked with kiv_core; one CTest test. Only in native builds.
 #
-# kiv_windows_test(<name> SOURCES <file>... [SEAM] [RELEASES <release>...] [LOCK <resource>...])
+# kiv_windows_test(<name> SOURCES <file>... [SEAM | REAL_LOG] [RELEASES <release>...] [LOCK <resource>...])
 #   A doctest program for Windows (under Wine in cross builds); one CTest test.
 #   Without SEAM it uses the library through the DLL's exports; with SEAM the same objects are linked into it, so that
 #   it can swap function tables and force the OS family.
+#   With REAL_LOG it stands in a folder of its own, beside the libraries as they are shipped, and loads what it tests.
 #   RELEASES copies it under names that the Wine prefix runs as those releases (win95 win98 nt40 win2k winxp win2003):
 #   one more CTest test each. tests/support/this_release.h tells a test which one it runs as.
 #   LOCK names what tests share that must not run side by side (a registry key, a named object).
@@ -12,6 +13,7 @@
 # Both add to every program the doctest entry point and the fixtures of tests/support.
 
 set(KIV_TEST_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
+set(KIV_REAL_LOG_DIRECTORY ${KIV_TEST_DIRECTORY}/real_log)
 
 function(kiv_native_test name)
   if(WIN32)
@@ -37,22 +39,31 @@ function(kiv_windows_test name)
   if(NOT WIN32)
     return()
   endif()
-  cmake_parse_arguments(arg "SEAM" "" "SOURCES;RELEASES;LOCK" ${ARGN})
+  cmake_parse_arguments(arg "SEAM;REAL_LOG" "" "SOURCES;RELEASES;LOCK" ${ARGN})
   set(target ${name}_test)
+  set(directory ${KIV_TEST_DIRECTORY})
+  if(arg_REAL_LOG)
+    set(directory ${KIV_REAL_LOG_DIRECTORY})
+  endif()
   add_executable(${target} ${arg_SOURCES} ${PROJECT_SOURCE_DIR}/tests/support/main.cpp)
-  set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${KIV_TEST_DIRECTORY})
+  set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${directory})
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
-  target_link_libraries(${target} PRIVATE kiv_test_support tavkivlg_recording kiv_flags kiv_host_headers)
+  target_link_libraries(${target} PRIVATE kiv_test_support kiv_system_libraries kiv_flags kiv_host_headers)
+  if(arg_REAL_LOG)
+    add_dependencies(${target} kiv_tested_real_log)
+  else()
+    target_link_libraries(${target} PRIVATE kiv_test_recording tavkivlg_recording)
+  endif()
   if(arg_SEAM)
     target_compile_definitions(${target} PRIVATE KIV_BUILD)
-    target_link_libraries(${target} PRIVATE kiv_core kiv_windows kiv_system_libraries)
-  else()
-    target_link_libraries(${target} PRIVATE tavkivut kiv_system_libraries)
+    target_link_libraries(${target} PRIVATE kiv_core kiv_windows)
+  elseif(NOT arg_REAL_LOG)
+    target_link_libraries(${target} PRIVATE tavkivut)
     add_dependencies(${target} kiv_tested_library)
   endif()
-  _kiv_register_windows_test(${name} ${KIV_TEST_DIRECTORY}/${target}.exe "${arg_LOCK}")
+  _kiv_register_windows_test(${name} ${directory}/${target}.exe "${arg_LOCK}")
   foreach(release ${arg_RELEASES})
-    set(copy ${KIV_TEST_DIRECTORY}/${target}_${release}.exe)
+    set(copy ${directory}/${target}_${release}.exe)
     add_custom_command(TARGET ${target} POST_BUILD
       COMMAND ${CMAKE_COMMAND} -E create_hardlink $<TARGET_FILE:${target}> ${copy})
     _kiv_register_windows_test(${name}_${release} ${copy} "${arg_LOCK}")
