@@ -1,4 +1,5 @@
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "support/heap_text.h"
@@ -11,7 +12,10 @@ namespace {
 
 struct Recorded {
     unsigned long threadId;
-    kivlg::LineEnvironment environment;
+    unsigned level;
+    char kind;
+    std::string component;
+    unsigned long win32Error;
     std::string text;
 };
 
@@ -46,18 +50,18 @@ private:
 
 namespace kivlg {
 
-void StartSink(unsigned long) noexcept {}
-
-void StopSink(unsigned long) noexcept {}
+void StartSink() noexcept {}
 
 bool SinkWants(unsigned) noexcept {
     return true;
 }
 
-void WriteToSink(const LineEnvironment& environment, const std::string& text) noexcept {
+void WriteToSink(const LineEnvironment& environment, std::string_view text) noexcept {
     Record& record = TheRecord();
     const RecordLock lock(record);
-    record.lines.push_back(std::make_unique<Recorded>(Recorded{::GetCurrentThreadId(), environment, text}));
+    record.lines.push_back(
+        std::make_unique<Recorded>(Recorded{::GetCurrentThreadId(), environment.level, environment.kind,
+                                            environment.component, environment.win32Error, std::string(text)}));
 }
 
 }  // namespace kivlg
@@ -81,10 +85,10 @@ int KIVLG_CALL KivRecordingLine(unsigned int index, KivRecordedLine* line) {
         return 0;
     const Recorded& recorded = *record.lines[index];
     line->threadId = recorded.threadId;
-    line->level = recorded.environment.level;
-    line->kind = recorded.environment.kind;
-    kiv::CopyText(line->component, sizeof line->component, recorded.environment.component);
-    line->win32Error = recorded.environment.win32Error;
+    line->level = recorded.level;
+    line->kind = recorded.kind;
+    kiv::CopyText(line->component, sizeof line->component, recorded.component.c_str());
+    line->win32Error = recorded.win32Error;
     line->text = recorded.text.c_str();
     return 1;
 }

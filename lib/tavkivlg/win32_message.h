@@ -1,13 +1,13 @@
 #ifndef KIVLG_WIN32_MESSAGE_H
 #define KIVLG_WIN32_MESSAGE_H
 
-#include <string>
+#include "tavkivlg/text_buffer.h"
 
 namespace kivlg {
 
-// The text of a line about a Win32 error: "<text>: <the system's text> (<code>)", the system's text without its line
-// end and left out where the system has none: "failed to open: Access denied. (5)".
-std::string WithErrorText(const std::string& text, unsigned long win32Error);
+// Appends the system's text for an error and the code, ": Access denied. (5)"; the code alone where the system has no
+// text, ": (5)".
+void AppendErrorText(TextBuffer& out, unsigned long win32Error) noexcept;
 
 }  // namespace kivlg
 

@@ -1,0 +1,109 @@
+#include "tavkivlg/profile_text.h"
+
+#include <string>
+#include <vector>
+
+#include "support/ascii.h"
+#include "support/check.h"
+#include "support/text_encoding.h"
+
+namespace {
+
+bool SameAscii(std::u16string_view a, std::u16string_view b) {
+    return kiv::EqualsIgnoreCase(std::string(a.begin(), a.end()), std::string(b.begin(), b.end()));
+}
+
+std::string Narrow(std::u16string_view text) {
+    return {text.begin(), text.end()};
+}
+
+std::string ValueOf(std::u16string_view text, std::u16string_view section, std::u16string_view name) {
+    const auto value = kivlg::FindProfileValue(text, section, name, SameAscii);
+    return value ? Narrow(*value) : "(none)";
+}
+
+std::string Joined(const std::vector<std::u16string_view>& names) {
+    std::string all;
+    for (const auto name : names)
+        all += Narrow(name) + ";";
+    return all;
+}
+
+// The bytes that a list of texts leaves in a buffer of that size, with a dot for each NUL, and the result.
+std::string ListIn(std::size_t size, const std::vector<std::string>& texts) {
+    std::string buffer(size, '#');
+    kivlg::ProfileListWriter list(buffer.data(), size);
+    for (const std::string& text : texts)
+        list.Add(text);
+    const std::size_t result = list.Finish();
+    for (char& c : buffer)
+        c = c == '\0' ? '.' : c;
+    return buffer + " " + std::to_string(result);
+}
+
+constexpr std::u16string_view kText = u"top=0\r\n[ One ] rest\r\n a = 1 = x \r\n;a2=no\r\nlone\r\nb=\n=x\n[Two]\n"
+                                      u"B=\"q\"\n[one]\nc=3\n[open\nd=4\x1A";
+
+}  // namespace
+
+TEST_CASE("entries are found as the system finds them") {
+    CHECK(ValueOf(kText, u"One", u"a") == "1 = x");
+    CHECK(ValueOf(kText, u" ONE ", u" A ") == "1 = x");
+    CHECK(ValueOf(kText, u"one", u"b").empty());
+    CHECK(ValueOf(kText, u"two", u"b") == "\"q\"");
+    CHECK(ValueOf(kText, u"", u"top") == "0");
+    CHECK(ValueOf(kText, u"one", u"c") == "(none)");  // stands in the second section of that name
+    CHECK(ValueOf(kText, u"one", u"lone") == "(none)");
+    CHECK(ValueOf(kText, u"one", u";a2") == "(none)");
+    CHECK(ValueOf(kText, u"three", u"a") == "(none)");
+    CHECK(ValueOf(u"", u"a", u"b") == "(none)");
+}
+
+TEST_CASE("names are listed in the order of the file") {
+    CHECK(Joined(kivlg::ProfileSections(kText)) == "One;Two;one;");
+    CHECK(Joined(kivlg::ProfileNames(kText, u"one", SameAscii)) == "a;b;");
+    CHECK(Joined(kivlg::ProfileNames(kText, u"none", SameAscii)).empty());
+    CHECK(Joined(kivlg::ProfileNames(u"[s]\nx=1\n[open\ny=2", u"s", SameAscii)) == "x;y;");
+}
+
+TEST_CASE("a pair of quotes around the whole value goes") {
+    using kivlg::WithoutQuotes;
+    CHECK(WithoutQuotes(std::string_view("\"a b\"")) == "a b");
+    CHECK(WithoutQuotes(std::string_view("'a\" b'")) == "a\" b");
+    CHECK(WithoutQuotes(std::string_view("\"a'")) == "\"a'");
+    CHECK(WithoutQuotes(std::string_view("\"")) == "\"");
+    CHECK(WithoutQuotes(std::string_view("\"\"")).empty());
+    CHECK(kivlg::WithoutTrailingSpaces("a b  ") == "a b");
+}
+
+TEST_CASE("a list that does not fit is cut and ends in two NULs") {
+    CHECK(ListIn(9, {"a", "bb", "c"}) == "a.bb.c... 7");
+    CHECK(ListIn(8, {"a", "bb", "c"}) == "a.bb.c.. 7");
+    CHECK(ListIn(7, {"a", "bb", "c"}) == "a.bb... 5");
+    CHECK(ListIn(5, {"a", "bb", "c"}) == "a.b.. 3");
+    CHECK(ListIn(4, {"a", "bb", "c"}) == "a... 2");
+    CHECK(ListIn(3, {"abc"}) == "a.. 1");
+    CHECK(ListIn(2, {"abc"}) == ".. 0");
+    CHECK(ListIn(1, {"abc"}) == ". 0");
+    CHECK(ListIn(3, {}) == "..# 0");
+}
+
+TEST_CASE("a mark at the start tells the encoding") {
+    using kiv::EncodingByMark;
+    using kiv::TextEncoding;
+    CHECK(EncodingByMark("\xFF\xFE") == TextEncoding::kUtf16Le);
+    CHECK(EncodingByMark("\xFE\xFFx") == TextEncoding::kUtf16Be);
+    CHECK(EncodingByMark("\xEF\xBB\xBF") == TextEncoding::kUtf8);
+    for (const char* plain : {"", "\xFF", "\xEF\xBB", "[a]", "x\xFF\xFE"})
+        CHECK(EncodingByMark(plain) == TextEncoding::kCodePage);
+}
+
+TEST_CASE("marked text is decoded, damage included") {
+    using kiv::DecodeMarkedText;
+    CHECK(DecodeMarkedText(std::string_view("\xFF\xFE\x61\x00\xE5\x65\x62", 7)) == u"a\u65E5");
+    CHECK(DecodeMarkedText(std::string_view("\xFE\xFF\x00\x61\x65\xE5", 6)) == u"a\u65E5");
+    CHECK(DecodeMarkedText("\xEF\xBB\xBF"
+                           "a\xC3\xA4\xE6\x97\xA5\xF0\x9F\x98\x80") == u"aä日\U0001F600");
+    CHECK(DecodeMarkedText("\xEF\xBB\xBF\x80\xC0\xAF\xED\xA0\x80\xE6\x97") == std::u16string(8, 0xFFFD));
+    CHECK(DecodeMarkedText("plain").empty());
+}
