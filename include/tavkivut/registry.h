@@ -194,11 +194,14 @@ public:
     // another one: there only the contents go.
     bool remove() noexcept;
 
-    // Access control, on the NT family. `token` is a token handle, needed for AccessRestricted only. False when
-    // access cannot be set.
+    // Replaces the key's access list; that of its present subkeys stays. Everyone: a null DACL, with which everybody
+    // may do everything, also change the list. Restricted: all rights for the user of the token, who also becomes the
+    // owner if that is permitted, and no rights for anyone else; subkeys made later inherit it. The key needs WRITE_DAC
+    // and, for the owner, WRITE_OWNER, which the default permissions hold; the token needs TOKEN_QUERY. False on the 9x
+    // family, for another type, for a restriction without a token, and when the list cannot be set.
     bool setAccess(AccessType type, void* token) noexcept;
     bool setEveryoneAccess() noexcept;
-    bool setRestrictedAccess() noexcept;  // for the user of the calling thread
+    bool setRestrictedAccess() noexcept;  // to the user of the calling thread
 
 private:
     friend class CKivRegValue;

@@ -1,11 +1,31 @@
 #include "support/windows_api.h"
 
 #include "tavkivut/registry.h"
+#include "tavkivut/security.h"
+#include "tavkivut/system.h"
 
-// The library has no access lists and tokens yet, so access is never set and the callers are told so.
-
-bool CKivRegKey::setAccess(AccessType, void*) noexcept {
-    return false;
+bool CKivRegKey::setAccess(AccessType type, void* token) noexcept {
+    if (CKivSystem::IsNT() != 0)
+        return false;
+    if (type != AccessEveryone && (type != AccessRestricted || token == nullptr)) {
+        m_lastError = ERROR_INVALID_PARAMETER;
+        return false;
+    }
+    CKivSid user;
+    CKivAcl acl;
+    CKivSecurityDescriptor sd;
+    bool set = true;
+    if (type == AccessRestricted) {
+        user = CKivSid::FromTokenUser(token);
+        set = acl.AddAce(ACCESS_ALLOWED_ACE_TYPE, OBJECT_INHERIT_ACE | CONTAINER_INHERIT_ACE, KEY_ALL_ACCESS, user);
+    }
+    // Without a list this is a null DACL.
+    set = set && sd.SetDacl(acl) && sd.SetRegKeyDacl(m_handle);
+    m_lastError = set ? ERROR_SUCCESS : ::GetLastError();
+    // To become the owner needs more rights than to set a DACL; the key is restricted all the same.
+    if (set && type == AccessRestricted && sd.SetOwner(user))
+        sd.SetRegKeyOwner(m_handle);
+    return set;
 }
 
 bool CKivRegKey::setEveryoneAccess() noexcept {
@@ -13,5 +33,10 @@ bool CKivRegKey::setEveryoneAccess() noexcept {
 }
 
 bool CKivRegKey::setRestrictedAccess() noexcept {
-    return false;
+    CKivToken token;
+    if (!token.OpenThreadToken(::GetCurrentThread(), TOKEN_READ)) {
+        m_lastError = ::GetLastError();
+        return false;
+    }
+    return setAccess(AccessRestricted, token);
 }

@@ -1,0 +1,69 @@
+#include "support/windows_api.h"
+
+#include <string>
+#include <vector>
+
+#include "support/check.h"
+#include "support/redirected_key.h"
+#include "support/sddl_text.h"
+#include "support/this_release.h"
+#include "tavkivut/registry.h"
+#include "tavkivut/security.h"
+
+namespace {
+
+// Owner and DACL of a key as the system itself tells them; a null DACL is "null".
+std::string SystemView(HKEY key) {
+    constexpr SECURITY_INFORMATION kParts = OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION;
+    DWORD size = 0;
+    ::RegGetKeySecurity(key, kParts, nullptr, &size);
+    std::vector<char> descriptor(size);
+    REQUIRE(::RegGetKeySecurity(key, kParts, descriptor.data(), &size) == ERROR_SUCCESS);
+    BOOL present = FALSE;
+    BOOL defaulted = FALSE;
+    ACL* list = nullptr;
+    REQUIRE(::GetSecurityDescriptorDacl(descriptor.data(), &present, &list, &defaulted));
+    return list != nullptr ? kiv::test::SddlOf(descriptor.data(), kParts) : "null";
+}
+
+std::string UserSid() {
+    CKivSid user = CKivSid::FromProcessUser(::GetCurrentProcess());
+    return std::string(user);
+}
+
+}  // namespace
+
+TEST_CASE("a key is restricted to a user, and opened to everyone again") {
+    const kiv::test::ScratchKey scratch;
+    CKivRegKey key(nullptr, scratch.Path().c_str());
+    if (kiv::test::ThisReleaseIs9x()) {
+        CHECK_FALSE(key.setRestrictedAccess());
+        CHECK_FALSE(key.setEveryoneAccess());
+        return;
+    }
+    REQUIRE(key.setRestrictedAccess());
+    CHECK(key.getLastError() == ERROR_SUCCESS);
+    CHECK(SystemView(key) == "O:" + UserSid() + "D:(A;OICI;KA;;;" + UserSid() + ")");
+    REQUIRE(key.setEveryoneAccess());
+    CHECK(SystemView(key) == "null");
+
+    CKivToken token;
+    REQUIRE(token.OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY) == 1);
+    REQUIRE(key.setAccess(CKivRegKey::AccessRestricted, token));
+    const std::string restricted = SystemView(key);
+    CHECK(restricted == "O:" + UserSid() + "D:(A;OICI;KA;;;" + UserSid() + ")");
+
+    CHECK_FALSE(key.setAccess(CKivRegKey::AccessRestricted, nullptr));
+    CHECK(key.getLastError() == ERROR_INVALID_PARAMETER);
+    CHECK_FALSE(key.setAccess(CKivRegKey::AccessRestricted, scratch.Handle()));  // no token
+    CHECK(key.getLastError() == ERROR_INVALID_SID);
+    CHECK_FALSE(key.setAccess(static_cast<CKivRegKey::AccessType>(2), token));
+    CKivRegKey readOnly(nullptr, scratch.Path().c_str(), nullptr, KEY_READ);
+    CHECK_FALSE(readOnly.setEveryoneAccess());
+    CHECK(readOnly.getLastError() == ERROR_ACCESS_DENIED);
+    CHECK_FALSE(readOnly.setRestrictedAccess());
+    CKivRegKey closed;
+    CHECK_FALSE(closed.setEveryoneAccess());
+    CHECK(closed.getLastError() == ERROR_INVALID_HANDLE);
+    CHECK(SystemView(key) == restricted);
+}
