@@ -95,7 +95,8 @@ public:
     // the terminator, 0 on any failure.
     static unsigned int GetServerPolicy(const char* name, char* out, unsigned int outSize) noexcept;
 
-    // Writes such a text; the share's key is made when it is missing. Returns 1 when it was written.
+    // Writes such a text; the share's key is made when it is missing, and on the NT family everyone may then read it,
+    // beside whom its access list lets in already. Returns 1 when the text was written.
     static int SetServerPolicy(const char* name, const char* value) noexcept;
 
 protected:

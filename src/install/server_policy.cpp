@@ -7,6 +7,8 @@
 #include "support/heap_text.h"
 #include "tavkivut/inst_server.h"
 #include "tavkivut/registry.h"
+#include "tavkivut/security.h"
+#include "tavkivut/system.h"
 
 namespace {
 
@@ -16,11 +18,36 @@ bool OpenForReading(CKivRegKey& key) noexcept {
            key.open(kiv::kPoliciesKeyPath, KEY_READ);
 }
 
-// The share's own key, else the plain one for a server without a share; made when it is missing.
+// Lets everyone read a key, beside whom its list lets in already. A key without a list is open to all as it is.
+void LetEveryoneRead(HKEY key) noexcept {
+    CKivSecurityDescriptor sd;
+    if (CKivSystem::IsNT() != 0 || !sd.FromRegKey(key) || sd.GetDacl() == nullptr)
+        return;
+    CKivSid everyone;
+    everyone = CKivSid::WKS_EVERYONE;
+    CKivAcl acl(sd.GetDacl());
+    if (!acl.AddAce(CKivAce(everyone, GENERIC_READ, 1)) || !sd.SetDacl(acl))
+        return;
+    // A copy of a list has its denied entries in front, inherited ones too. So the order is mended in the descriptor's
+    // own list, by a list of the same size.
+    acl = sd.GetDacl();
+    acl.SetPreferredDaclOrder();
+    if (acl.GetAcl() != nullptr)
+        std::memcpy(sd.GetDacl(), acl.GetAcl(), acl.GetAcl()->AclSize);
+    sd.SetRegKeyDacl(key);
+}
+
+// The share's own key, else the plain one for a server without a share; made when it is missing. The share's key is for
+// every workstation to read.
 bool OpenForWriting(CKivRegKey& key) noexcept {
     const char* const share = CKivInstServer::GetServerShare();
-    return key.open(kiv::kPoliciesKeyPath, share, KEY_ALL_ACCESS) ||
-           key.create(kiv::kPoliciesKeyPath, share, KEY_ALL_ACCESS, 0, nullptr);
+    if (key.open(kiv::kPoliciesKeyPath, share, KEY_ALL_ACCESS))
+        return true;
+    if (!key.create(kiv::kPoliciesKeyPath, share, KEY_ALL_ACCESS, 0, nullptr))
+        return false;
+    if (share != nullptr)
+        LetEveryoneRead(key);
+    return true;
 }
 
 }  // namespace
