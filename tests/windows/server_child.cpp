@@ -1,18 +1,10 @@
-// A program that uses the installation server once, for tests of what is kept for the life of a process. Each argument
-// that begins with neither "/" nor "-" is an operation: "path", "entry=3", "setup=C:\x". It prints "= RESULT" for each,
-// and before it the log lines that the operation wrote, as "1  TEXT". HKLM is the key of HKEY_CURRENT_USER that the
-// environment names.
+// A program that uses the installation server once, for tests of what is kept for the life of a process; see
+// child_program.h.
 
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <string>
 
-#include "support/windows_api.h"
-
-#include "tavkivlg/recording.h"
-#include "tavkivut/frame.h"
 #include "tavkivut/inst_server.h"
+#include "windows/child_program.h"
 
 namespace {
 
@@ -56,12 +48,7 @@ std::string Choose(const std::string&) {
     return std::to_string(chosen) + " " + g_buffer;
 }
 
-struct Operation {
-    const char* name;
-    std::string (*run)(const std::string& argument);
-};
-
-constexpr Operation kOperations[] = {
+constexpr ChildOperation kOperations[] = {
     {"list", List},
     {"count", [](const std::string&) { return std::to_string(CKivInstServer::GetCount()); }},
     {"entry",
@@ -117,45 +104,8 @@ constexpr Operation kOperations[] = {
      [](const std::string& argument) { return std::string(KivGetTavWkstaPath(nullptr, OrNullArgument(argument))); }},
 };
 
-void PrintLog() {
-    for (unsigned i = 0; i < KivRecordingCount(); ++i) {
-        KivRecordedLine line;
-        if (KivRecordingLine(i, &line) == 1)
-            std::printf("%u%c %s\n", line.level, line.kind, line.text);
-    }
-}
-
-// One "operation" or "operation=argument".
-bool Perform(const std::string& text) {
-    const std::size_t equals = text.find('=');
-    const std::string name = text.substr(0, equals);
-    for (const Operation& operation : kOperations) {
-        if (name != operation.name)
-            continue;
-        KivRecordingClear();
-        const std::string result = operation.run(equals == std::string::npos ? "" : text.substr(equals + 1));
-        PrintLog();
-        std::printf("= %s\n", result.c_str());
-        return true;
-    }
-    return false;
-}
-
-bool RedirectLocalMachine() {
-    HKEY key = nullptr;
-    const char* const subkey = std::getenv("KIV_LOCAL_MACHINE");
-    return subkey != nullptr && ::RegOpenKeyExA(HKEY_CURRENT_USER, subkey, 0, KEY_ALL_ACCESS, &key) == ERROR_SUCCESS &&
-           ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, key) == ERROR_SUCCESS;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (!RedirectLocalMachine())
-        return 3;
-    for (int i = 1; i < argc; ++i) {
-        if (argv[i][0] != '/' && argv[i][0] != '-' && !Perform(argv[i]))
-            return 2;
-    }
-    return 0;
+    return RunChildProgram(argc, argv, kOperations);
 }

@@ -2,6 +2,7 @@
 
 #include "support/check.h"
 #include "support/scoped_resource.h"
+#include "support/this_release.h"
 
 namespace kiv::test {
 namespace {
@@ -69,16 +70,18 @@ constexpr const char* kSettingsKey = "Software\\TAV\\TAVSetup\\";
 
 }  // namespace
 
-ServerProcess::ServerProcess() {
+ServerProcess::ServerProcess(const std::string& program)
+    : m_program(program + (ThisRelease().empty() ? "" : "_" + ThisRelease()) + ".exe") {
     CopyComputerName(m_machine.Handle());
     REQUIRE(::CreateDirectoryA((*this / "bin").c_str(), nullptr));
-    for (const char* file : {"server_child.exe", "tavkivut.dll", "tavkivlg.dll"})
+    REQUIRE(::CopyFileA((program + ".exe").c_str(), (*this / "bin\\" + m_program).c_str(), TRUE));
+    for (const char* file : {"tavkivut.dll", "tavkivlg.dll"})
         REQUIRE(::CopyFileA(file, (*this / "bin\\" + file).c_str(), TRUE));
 }
 
 ServerProcess::Lines ServerProcess::Run(const std::string& operations) const {
     ::SetEnvironmentVariableA("KIV_LOCAL_MACHINE", m_machine.Path().c_str() + sizeof "HKCU");
-    return SplitLines(Capture("\"" + (*this / "bin\\server_child.exe") + "\" " + operations));
+    return SplitLines(Capture("\"" + (*this / "bin\\" + m_program) + "\" " + operations));
 }
 
 ServerProcess::Lines ServerProcess::Results(const std::string& operations) const {

@@ -9,15 +9,15 @@
 
 namespace kiv::test {
 
-// An installer's folder of its own, with server_child.exe and the libraries in "bin" and a registry key that stands
-// for HKLM. Each Run is a new process.
+// An installer's folder of its own, with a program (child_program.h) and the libraries in "bin" and a registry key that
+// stands for HKLM. Each Run is a new process.
 class ServerProcess {
 public:
-    ServerProcess();
+    explicit ServerProcess(const std::string& program = "server_child");  // runs as the release that the test runs as
 
     using Lines = std::vector<std::string>;
 
-    // What the operations of server_child.cpp print.
+    // What the operations of the program print.
     Lines Run(const std::string& operations) const;
 
     // The results alone, without the log lines.
@@ -34,8 +34,10 @@ public:
     void WriteText(const std::string& key, const char* name, const char* text) const;
     void WriteNumber(const std::string& key, const char* name, unsigned long number) const;
     std::string ReadText(const std::string& key, const char* name) const;  // "(none)" when it is missing
+    HKEY Machine() const { return m_machine.Handle(); }
 
 private:
+    std::string m_program;  // its file name in "bin"
     TempDirectory m_directory;
     ScratchKey m_machine;
 };

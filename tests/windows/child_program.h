@@ -1,0 +1,65 @@
+#ifndef KIV_TESTS_WINDOWS_CHILD_PROGRAM_H
+#define KIV_TESTS_WINDOWS_CHILD_PROGRAM_H
+
+// What programs have in common that tests start because something happens once in a process (server_process.h). Each
+// argument that begins with neither "/" nor "-" is an operation: "path", "entry=3", "setup=C:\x". The program prints
+// "= RESULT" for each, and before it the log lines that the operation wrote, as "1  TEXT". HKLM is the key of
+// HKEY_CURRENT_USER that the environment variable KIV_LOCAL_MACHINE names.
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "support/windows_api.h"
+
+#include "tavkivlg/recording.h"
+
+struct ChildOperation {
+    const char* name;
+    std::string (*run)(const std::string& argument);
+};
+
+inline void PrintRecordedLog() {
+    for (unsigned i = 0; i < KivRecordingCount(); ++i) {
+        KivRecordedLine line;
+        if (KivRecordingLine(i, &line) == 1)
+            std::printf("%u%c %s\n", line.level, line.kind, line.text);
+    }
+}
+
+// One "operation" or "operation=argument"; false when there is none of that name.
+template <std::size_t Count>
+bool PerformOperation(const std::string& text, const ChildOperation (&operations)[Count]) {
+    const std::size_t equals = text.find('=');
+    for (const ChildOperation& operation : operations) {
+        if (text.substr(0, equals) != operation.name)
+            continue;
+        KivRecordingClear();
+        const std::string result = operation.run(equals == std::string::npos ? "" : text.substr(equals + 1));
+        PrintRecordedLog();
+        std::printf("= %s\n", result.c_str());
+        return true;
+    }
+    return false;
+}
+
+inline bool RedirectLocalMachine() {
+    HKEY key = nullptr;
+    const char* const subkey = std::getenv("KIV_LOCAL_MACHINE");
+    return subkey != nullptr && ::RegOpenKeyExA(HKEY_CURRENT_USER, subkey, 0, KEY_ALL_ACCESS, &key) == ERROR_SUCCESS &&
+           ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, key) == ERROR_SUCCESS;
+}
+
+// The whole of main: 0, 2 for an unknown operation, 3 when the registry cannot be redirected.
+template <std::size_t Count>
+int RunChildProgram(int argc, char** argv, const ChildOperation (&operations)[Count]) {
+    if (!RedirectLocalMachine())
+        return 3;
+    for (int i = 1; i < argc; ++i) {
+        if (argv[i][0] != '/' && argv[i][0] != '-' && !PerformOperation(argv[i], operations))
+            return 2;
+    }
+    return 0;
+}
+
+#endif
