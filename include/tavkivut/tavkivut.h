@@ -3,6 +3,7 @@
 
 // Every family of the library.
 
+#include "tavkivut/config.h"
 #include "tavkivut/crypt.h"
 #include "tavkivut/file.h"
 #include "tavkivut/frame.h"
