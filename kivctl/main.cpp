@@ -71,7 +71,9 @@ void SetExitCode(int code) {
 int main(int argc, char** argv) {
     CLI::App app("The utilities library from the command line.", "kivctl");
     app.require_subcommand(1);
+    kivctl::AddConfigCommand(app);
     kivctl::AddFileCommand(app);
+    kivctl::AddIniCommand(app);
     kivctl::AddPrivilegeCommand(app);
     kivctl::AddRightCommand(app);
     kivctl::AddSidCommand(app);

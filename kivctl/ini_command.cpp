@@ -1,0 +1,132 @@
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "support/windows_api.h"
+
+#include "kivctl/command.h"
+#include "tavkivut/file.h"
+#include "tavkivut/ini.h"
+#include "tavkivut/registry.h"
+
+namespace kivctl {
+namespace {
+
+struct Options {
+    std::string file;
+    std::string section;
+    std::string key;
+    std::string value;
+    std::string keyPath;
+    bool json = false;
+};
+
+using SharedOptions = std::shared_ptr<Options>;
+
+// The system looks for a bare name in the Windows folder; whoever types one means the current folder.
+std::string FullPath(const std::string& file) {
+    char path[MAX_PATH];
+    const DWORD length = ::GetFullPathNameA(file.c_str(), sizeof path, path, nullptr);
+    if (length == 0 || length >= sizeof path)
+        throw Failure("'" + file + "' is no path that can be used");
+    return path;
+}
+
+CIniKey Entry(const Options& options) {
+    return CIniKey(FullPath(options.file).c_str(), options.section.c_str(), options.key.c_str());
+}
+
+void RequireEntry(const CIniKey& entry, const Options& options) {
+    if (entry.Exist() == 0)
+        throw Failure("no entry [" + options.section + "] " + options.key + " in '" + options.file + "'");
+}
+
+// The value, however long.
+std::string WholeValue(const CIniKey& entry) {
+    constexpr std::size_t kLongest = 1U << 20;
+    std::vector<char> buffer(1024);
+    while (entry.GetValue(buffer.data(), static_cast<unsigned>(buffer.size())) == 0 && buffer.size() < kLongest)
+        buffer.resize(buffer.size() * 2);
+    return buffer.data();
+}
+
+void Get(const Options& options) {
+    const CIniKey entry = Entry(options);
+    RequireEntry(entry, options);
+    const std::string value = WholeValue(entry);
+    if (options.json)
+        std::cout << nlohmann::json{{"value", Utf8(value)}}.dump() << "\n";
+    else
+        std::cout << value << "\n";
+}
+
+void Set(const Options& options) {
+    if (Entry(options).SetValue(options.value.c_str()) == 0)
+        throw Failure("'" + options.file + "' was not written: " + ErrorText(::GetLastError()));
+}
+
+void Exist(const Options& options) {
+    const bool exists = Entry(options).Exist() != 0;
+    if (options.json)
+        std::cout << nlohmann::json{{"exists", exists}}.dump() << "\n";
+    else
+        std::cout << (exists ? "yes" : "no") << "\n";
+    SetExitCode(exists ? kExitDone : kExitFailed);
+}
+
+void Remove(const Options& options) {
+    CIniKey entry = Entry(options);
+    RequireEntry(entry, options);
+    if (entry.Remove() == 0)
+        throw Failure("'" + options.file + "' was not written: " + ErrorText(::GetLastError()));
+}
+
+void Import(const Options& options) {
+    const std::string file = FullPath(options.file);
+    unsigned long size = 0;
+    if (CKivFile::GetSize(file.c_str(), size) < 0)
+        throw Failure("'" + options.file + "' cannot be read: " + ErrorText(::GetLastError()));
+    if (size == 0)
+        throw Failure("'" + options.file + "' is empty");
+    WriteInifileToHkey(options.keyPath.c_str(), file.c_str());
+    CKivRegKey key(nullptr, options.keyPath.c_str());
+    if (static_cast<HKEY>(key) == nullptr)
+        throw Failure("'" + options.keyPath + "' was not written: " + ErrorText(key.getLastError()));
+}
+
+CLI::App* AddEntryCommand(CLI::App& ini, const char* name, const char* help, const SharedOptions& options,
+                          void (*run)(const Options&)) {
+    CLI::App* command = ini.add_subcommand(name, help);
+    command->add_option("FILE", options->file, "the INI file")->required();
+    command->add_option("SECTION", options->section)->required();
+    command->add_option("KEY", options->key)->required();
+    command->callback([options, run] { run(*options); });
+    return command;
+}
+
+}  // namespace
+
+void AddIniCommand(CLI::App& app) {
+    const auto options = std::make_shared<Options>();
+    CLI::App* ini = app.add_subcommand("ini", "Reads and writes entries of INI files, imports a file.");
+    ini->require_subcommand(1);
+    AddEntryCommand(*ini, "get", "Shows the value of an entry.", options, Get)
+        ->add_flag("--json", options->json, "answer as JSON");
+    AddEntryCommand(*ini, "set", "Writes an entry, making file and section when they are missing.", options, Set)
+        ->add_option("VALUE", options->value)
+        ->required();
+    AddEntryCommand(*ini, "exist", "Tells whether an entry exists; exit code 1 when not.", options, Exist)
+        ->add_flag("--json", options->json, "answer as JSON");
+    AddEntryCommand(*ini, "remove", "Deletes an entry, and its section when nothing is left in it.", options, Remove);
+
+    CLI::App* import = ini->add_subcommand("import", "Copies a whole file into the registry, a subkey per section.");
+    import->add_option("KEY", options->keyPath, "the key above the sections, as HKLM\\Software\\TAV")->required();
+    import->add_option("FILE", options->file, "the INI file")->required();
+    import->callback([options] { Import(*options);
+});
+}  // namespace kivctl
+
+}  // namespace kivctl
