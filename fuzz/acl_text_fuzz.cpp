@@ -1,7 +1,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -22,9 +21,9 @@ kiv::test::AceBytes AceOf(const kiv::AclTextEntry& entry) {
     kiv::SidParts parts;
     if (!kiv::ReadSidText(entry.sid != nullptr ? entry.sid : "S-1-1-0", parts))
         return {};
-    std::uint8_t sid[kiv::kSidSizeLimit] = {1, parts.count, 0, 0, 0, 0, 0, parts.authority};
-    std::memcpy(sid + kiv::kSidHeaderSize, parts.subAuthorities.data(), 4 * std::size_t{parts.count});
-    const std::size_t length = kiv::SidLength(sid, sizeof sid);
+    std::uint8_t sid[kiv::kSidSizeLimit];
+    const std::size_t length = kiv::WriteSid(parts, sid);
+    Require(kiv::SidLength(sid, length) == length);
     kiv::test::AceBytes ace(kiv::kAceSidOffset + length);
     kiv::WriteAce(ace.data(), entry.type, entry.flags, entry.mask, sid, length);
     return ace;

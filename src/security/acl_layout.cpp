@@ -30,6 +30,11 @@ void WriteWord16(std::uint8_t* bytes, std::size_t value) noexcept {
     bytes[1] = static_cast<std::uint8_t>(value >> 8);
 }
 
+void WriteWord32(std::uint8_t* bytes, std::uint32_t value) noexcept {
+    WriteWord16(bytes, value & 0xFFFF);
+    WriteWord16(bytes + 2, value >> 16);
+}
+
 bool HasType(std::uint8_t revision, std::uint8_t type) noexcept {
     return type <= kLastTypeWithSid || (type == kCompoundType && revision > kAclRevision) ||
            revision == kHighestRevision;
@@ -50,8 +55,8 @@ void ReverseEntries(std::uint8_t* begin, std::uint8_t* end) noexcept {
     }
 }
 
-// What growth does to the order: denied entries first, in reverse, then the others as they stand.
-void RearrangeAsGrowthDoes(std::uint8_t* list) noexcept {
+// Moves all denied entries to the front, in their order, and gives their end.
+std::size_t GatherDenied(std::uint8_t* list) noexcept {
     std::size_t deniedEnd = kAclHeaderSize;
     AceWalk walk(list);
     while (walk.Next()) {
@@ -61,7 +66,7 @@ void RearrangeAsGrowthDoes(std::uint8_t* list) noexcept {
         std::rotate(list + deniedEnd, list + walk.Offset(), list + walk.Used());
         deniedEnd += size;
     }
-    ReverseEntries(list + kAclHeaderSize, list + deniedEnd);
+    return deniedEnd;
 }
 
 void Append(std::vector<std::uint8_t>& bytes, AceView ace) {
@@ -75,6 +80,14 @@ std::size_t SidLength(const std::uint8_t* sid, std::size_t available) noexcept {
         return 0;
     const std::size_t length = kSidHeaderSize + 4 * std::size_t{sid[1]};
     return length <= available ? length : 0;
+}
+
+std::size_t WriteSid(const SidParts& parts, std::uint8_t* sid) noexcept {
+    const std::uint8_t header[kSidHeaderSize] = {kSidRevision, parts.count, 0, 0, 0, 0, 0, parts.authority};
+    std::memcpy(sid, header, kSidHeaderSize);
+    for (std::size_t i = 0; i < parts.count; ++i)
+        WriteWord32(sid + kSidHeaderSize + 4 * i, parts.subAuthorities[i]);
+    return kSidHeaderSize + 4 * std::size_t{parts.count};
 }
 
 std::size_t AceView::Size() const noexcept {
@@ -116,8 +129,7 @@ void WriteAce(std::uint8_t* ace, std::uint8_t type, std::uint8_t flags, std::uin
     ace[0] = type;
     ace[1] = flags;
     WriteWord16(ace + kEntrySize, kAceSidOffset + sidLength);
-    WriteWord16(ace + kEntryMask, mask & 0xFFFF);
-    WriteWord16(ace + kEntryMask + 2, mask >> 16);
+    WriteWord32(ace + kEntryMask, mask);
     std::memcpy(ace + kAceSidOffset, sid, sidLength);
 }
 
@@ -173,29 +185,38 @@ const std::uint8_t* FindAce(const std::uint8_t* list, std::size_t index) noexcep
 }
 
 AclAddition PlanAddition(const std::uint8_t* list, AceView ace) noexcept {
+    AclAddition plan = {kAclDone, AclSize(list), kAclHeaderSize, kAclHeaderSize, false};
     AceWalk walk(list);
     while (walk.Next()) {
+        if (!walk.Entry().IsDenied())
+            continue;
+        if (walk.Offset() == plan.denied)
+            plan.denied = walk.Used();
+        else
+            plan.mixed = true;
     }
+    plan.used = walk.Used();
+    if (plan.used + ace.Size() > plan.size)
+        plan.size += ace.Size();
     if (!walk.IsComplete())
-        return {kAclBadArgument, 0, 0};
-    if (!HasType(list[0], ace.Type()))
-        return {kAclWrongType, 0, 0};
-    std::size_t size = AclSize(list);
-    if (walk.Used() + ace.Size() > size)
-        size += ace.Size();
-    return {size > kAclSizeLimit ? kAclFull : kAclDone, walk.Used(), size};
+        plan.error = kAclBadArgument;
+    else if (!HasType(list[0], ace.Type()))
+        plan.error = kAclWrongType;
+    else if (plan.size > kAclSizeLimit)
+        plan.error = kAclFull;
+    return plan;
 }
 
 AclAddition PlanNewAcl(AceView ace) noexcept {
-    if (!HasType(kAclRevision, ace.Type()))
-        return {kAclWrongType, 0, 0};
-    const std::size_t size = kAclHeaderSize + ace.Size();
-    return {size > kAclSizeLimit ? kAclFull : kAclDone, kAclHeaderSize, size};
+    std::uint8_t header[kAclHeaderSize];
+    WriteEmptyAcl(header, kAclHeaderSize, kAclRevision);
+    return PlanAddition(header, ace);
 }
 
 void AddAce(std::uint8_t* list, AceView ace, const AclAddition& plan) noexcept {
     if (plan.size > AclSize(list)) {
-        RearrangeAsGrowthDoes(list);
+        const std::size_t deniedEnd = plan.mixed ? GatherDenied(list) : plan.denied;
+        ReverseEntries(list + kAclHeaderSize, list + deniedEnd);
         WriteWord16(list + kListSize, plan.size);
     }
     const std::size_t at = ace.IsDenied() ? kAclHeaderSize : plan.used;

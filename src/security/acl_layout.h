@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "security/sid_text.h"
+
 namespace kiv {
 
 // Access-control lists and their entries as bytes in the published layout, all numbers little-endian:
@@ -40,6 +42,9 @@ constexpr std::size_t kSidSizeLimit = kSidHeaderSize + 4 * kSidSubAuthorityLimit
 
 // The length of the SID at the beginning of so many bytes; 0 when there is none.
 std::size_t SidLength(const std::uint8_t* sid, std::size_t available) noexcept;
+
+// Writes the SID that a text form says and gives its length, at most kSidSizeLimit.
+std::size_t WriteSid(const SidParts& parts, std::uint8_t* sid) noexcept;
 
 // One entry. The view is only made of sound ones (AceWalk, IsSoundAce).
 struct AceView {
@@ -105,8 +110,10 @@ const std::uint8_t* FindAce(const std::uint8_t* list, std::size_t index) noexcep
 // room for C and C, A, B when there is none.
 struct AclAddition {
     std::uint32_t error;  // nothing but this counts when it is not kAclDone
-    std::size_t used;     // what the present entries take, header included
     std::size_t size;     // the list's size afterwards; larger than now when it grows
+    std::size_t used;     // what the present entries take, header included
+    std::size_t denied;   // the same of the denied ones that stand in front
+    bool mixed;           // there are more of them behind others
 };
 AclAddition PlanAddition(const std::uint8_t* list, AceView ace) noexcept;
 AclAddition PlanNewAcl(AceView ace) noexcept;  // of a new list, which has room for just this entry

@@ -1,13 +1,17 @@
 #include "security/acl_record.h"
 
+#include <cstring>
 #include <new>
 #include <string>
 
 #include "security/acl_text.h"
+#include "security/sid_text.h"
 #include "tavkivut/security.h"
 
 namespace kiv {
 namespace {
+
+constexpr char kEveryone[] = "S-1-1-0";
 
 ScopedHeapBlock WriteToHeap(const AclBuilder& builder) noexcept {
     ScopedHeapBlock list;
@@ -18,19 +22,27 @@ ScopedHeapBlock WriteToHeap(const AclBuilder& builder) noexcept {
     return list;
 }
 
+// The SID that a text entry means, of that length; 0 for an account that is not known.
+std::size_t WriteSidOf(const AclTextEntry& entry, std::uint8_t* sid) noexcept {
+    SidParts parts;
+    if (ReadSidText(entry.sid != nullptr ? entry.sid : kEveryone, parts))
+        return WriteSid(parts, sid);
+    const CKivSid account(entry.sid);
+    const std::uint8_t* const bytes = BytesOf(account.GetSid());
+    if (bytes == nullptr)
+        return 0;
+    const std::size_t length = SidLength(bytes, kSidSizeLimit);
+    std::memcpy(sid, bytes, length);
+    return length;
+}
+
 void AddTextEntry(AclBuilder& builder, const AclTextEntry& entry) {
-    CKivSid sid;
-    if (entry.sid != nullptr)
-        sid = entry.sid;
-    else
-        sid = CKivSid::WKS_EVERYONE;
-    const std::uint8_t* const bytes = BytesOf(sid.GetSid());
-    const std::size_t length = bytes != nullptr ? SidLength(bytes, kSidSizeLimit) : 0;
-    if (length == 0)
-        return;
-    std::uint8_t ace[kAceSidOffset + kSidSizeLimit];
-    WriteAce(ace, entry.type, entry.flags, entry.mask, bytes, length);
-    builder.Add({ace});
+    std::uint8_t sid[kSidSizeLimit];
+    if (const std::size_t length = WriteSidOf(entry, sid)) {
+        std::uint8_t ace[kAceSidOffset + kSidSizeLimit];
+        WriteAce(ace, entry.type, entry.flags, entry.mask, sid, length);
+        builder.Add({ace});
+    }
 }
 
 }  // namespace

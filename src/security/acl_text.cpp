@@ -117,6 +117,7 @@ char* CutAt(char* text, char character) noexcept {
 
 std::string WriteAclText(const std::uint8_t* list) {
     std::string text;
+    text.reserve(2 * AclSize(list));  // enough for SIDs of usual numbers
     AceWalk walk(list);
     while (walk.Next()) {
         const AceView ace = walk.Entry();
