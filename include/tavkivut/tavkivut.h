@@ -4,6 +4,7 @@
 // Every family of the library.
 
 #include "tavkivut/config.h"
+#include "tavkivut/crc32.h"
 #include "tavkivut/crypt.h"
 #include "tavkivut/file.h"
 #include "tavkivut/frame.h"

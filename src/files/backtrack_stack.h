@@ -29,6 +29,8 @@ public:
         std::size_t Position() const noexcept { return static_cast<std::size_t>(bits >> 16); }
     };
 
+    // Entries are written before they are read.
+    // cppcheck-suppress uninitMemberVar
     BacktrackStack() noexcept : m_top(m_own), m_begin(m_own), m_end(m_own + kOwn) {}
     ~BacktrackStack();
     BacktrackStack(const BacktrackStack&) = delete;

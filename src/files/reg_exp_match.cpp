@@ -29,7 +29,8 @@ struct Release {
 // position.
 class Matcher {
 public:
-    // "^" matches at textStart; the search looks at `from` and behind.
+    // "^" matches at textStart; the search looks at `from` and behind. Of the arrays only what the plan needs is set.
+    // cppcheck-suppress uninitMemberVar
     Matcher(const RegExpPlan& plan, const char* textStart, const char* from) noexcept
         : m_plan(plan), m_textStart(textStart), m_from(from) {
         std::fill_n(m_slots, plan.Slots(), nullptr);

@@ -38,9 +38,10 @@ std::uint64_t ReplacementText::Length() const noexcept {
 }
 
 void ReplacementText::Write(char* dest) const noexcept {
-    ForEachPart([&dest](std::string_view part) {
-        std::memcpy(dest, part.data(), part.size());
-        dest += part.size();
+    char* at = dest;
+    ForEachPart([&at](std::string_view part) {
+        std::memcpy(at, part.data(), part.size());
+        at += part.size();
     });
 }
 
