@@ -25,7 +25,7 @@ std::string ShowSid(CKivSid& sid) {
     return Text(sid) + (account.empty() ? "" : "  " + account);
 }
 
-nlohmann::json SidAsJson(CKivSid& sid) {
+Json SidAsJson(CKivSid& sid) {
     return {{"sid", Text(sid)}, {"domain", Utf8(Text(sid.GetDomain()))}, {"name", Utf8(Text(sid.GetName()))}};
 }
 

@@ -11,10 +11,12 @@
 
 namespace kivctl {
 
+using Json = nlohmann::ordered_json;
+
 // How the security subcommands show a SID: "S-1-5-18  NT AUTHORITY\SYSTEM", and as JSON.
 std::string AccountOf(CKivSid& sid);  // "DOMAIN\name", or "" when the account is not known
 std::string ShowSid(CKivSid& sid);
-nlohmann::json SidAsJson(CKivSid& sid);
+Json SidAsJson(CKivSid& sid);
 
 // A SID given as text or account name. Failure when there is none. A text that reads as another SID than it says gets a
 // warning on the error output.

@@ -76,7 +76,7 @@ void Run(const Options& options) {
     if (options.texts.empty() && !options.wellKnown && options.of.empty())
         throw UsageError("nothing to show: give an account, --well-known or --of");
     RequireNtFamily();
-    nlohmann::json answer = nlohmann::json::array();
+    Json answer = Json::array();
     for (CKivSid& sid : Wanted(options)) {
         if (options.json)
             answer.push_back(SidAsJson(sid));
@@ -84,7 +84,7 @@ void Run(const Options& options) {
             std::cout << ShowSid(sid) << "\n";
     }
     if (options.json)
-        std::cout << answer.dump(2) << "\n";
+        std::cout << answer.dump() << "\n";
 }
 
 }  // namespace

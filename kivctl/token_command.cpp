@@ -48,8 +48,8 @@ public:
     const char* Type() const { return IsPrimary() ? "primary" : "impersonation"; }
 };
 
-nlohmann::json PrivilegesAsJson(const Token& token) {
-    nlohmann::json answer = nlohmann::json::array();
+Json PrivilegesAsJson(const Token& token) {
+    Json answer = Json::array();
     for (const Privilege& privilege : token.Privileges())
         answer.push_back({{"name", privilege.name}, {"enabled", privilege.enabled}});
     return answer;
@@ -69,9 +69,9 @@ void PrintToken(Token& token) {
     PrintPrivileges(token, "  ");
 }
 
-nlohmann::json TokenAsJson(Token& token) {
+Json TokenAsJson(Token& token) {
     CKivSid user = token.GetOwner();
-    nlohmann::json groups = nlohmann::json::array();
+    Json groups = Json::array();
     for (CKivSid& group : token.Groups())
         groups.push_back(SidAsJson(group));
     return {
@@ -89,7 +89,7 @@ void ShowToken(const Options& options) {
     if (options.log)
         token.DumpToLog("kivctl");
     if (options.json)
-        std::cout << TokenAsJson(token).dump(2) << "\n";
+        std::cout << TokenAsJson(token).dump() << "\n";
     else
         PrintToken(token);
 }
@@ -98,7 +98,7 @@ void ListPrivileges(const Options& options) {
     RequireNtFamily();
     const Token token;
     if (options.json)
-        std::cout << PrivilegesAsJson(token).dump(2) << "\n";
+        std::cout << PrivilegesAsJson(token).dump() << "\n";
     else
         PrintPrivileges(token, "");
 }
