@@ -44,9 +44,8 @@ void TryReading(const std::string& text) {
 
     const std::string clean = Written({0, 0, 0, 0, 0, parts.authority}, parts.subAuthorities.data(), parts.count);
     kiv::SidParts again;
-    Require(kiv::ReadSidText(clean.c_str(), again));
-    Require(again.authority == parts.authority && again.count == parts.count &&
-            again.subAuthorities == parts.subAuthorities);
+    Require(kiv::ReadSidText(clean.c_str(), again) && again.subAuthorities == parts.subAuthorities);
+    Require(again.authority == parts.authority && again.count == parts.count);
 }
 
 // Any SID fits the room that it is said to need.

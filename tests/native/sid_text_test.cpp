@@ -22,10 +22,8 @@ std::string Written(const kiv::SidAuthority& authority, const Numbers& numbers) 
 
 TEST_CASE("a SID is written in decimal, an authority beyond 32 bits in hexadecimal") {
     CHECK(Written({0, 0, 0, 0, 0, 5}, {32, 544}) == "S-1-5-32-544");
-    CHECK(Written({0, 0, 0, 0, 1, 4}, {}) == "S-1-260");
     CHECK(Written({0, 0, 0xFF, 0xFF, 0xFF, 0xFF}, {0}) == "S-1-4294967295-0");
-    CHECK(Written({0, 1, 0, 0, 0, 0}, {7}) == "S-1-0x000100000000-7");
-    CHECK(Written({0xAB, 0, 0, 0, 0, 0xC5}, {7}) == "S-1-0xab00000000c5-7");
+    CHECK(Written({0, 1, 0, 0, 0, 0xC5}, {}) == "S-1-0x0001000000c5");
     std::string longest = "S-1-0xffffffffffff";
     for (int i = 0; i < 15; ++i)
         longest += "-4294967295";
@@ -44,10 +42,7 @@ TEST_CASE("a text is read part by part, mistakes and all") {
         {"S-1-", 0, {}},
         {"S-1-5-", 5, {0}},
         {"S-1--5", 0, {5}},
-        {"S-1-5--32", 5, {0, 32}},
         {"S-1-5-1-2-3-4-5-6-7-8-9", 5, {1, 2, 3, 4, 5, 6, 7, 8}},
-        {"S-1-5-1-2-3-4-5-6-7-", 5, {1, 2, 3, 4, 5, 6, 7, 0}},
-        {"S-1-261", 5, {}},
         {"S-1-99999999999", 255, {}},
         {"S-1-5-4294967295-4294967296-99999999999", 5, {0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF}},
         {"S-1-5-" + manyDigits + "-1", 5, {0xFFFFFFFF, 1}},

@@ -7,13 +7,51 @@
 #include "support/this_release.h"
 #include "tavkivut/security.h"
 
-// Run as each release: the NT family has access lists, the 9x family has nothing of it.
+// Run as each release: the NT family has security data, the 9x family has nothing of it.
 
 namespace {
 
 const bool g_has = !kiv::test::ThisReleaseIs9x();
 
 }  // namespace
+
+TEST_CASE("SIDs, tokens and rights exist on the NT family only") {
+    const kiv::test::RecordingLog log;
+    CKivSid sid("S-1-1-0");
+    CHECK(sid.IsValid() == g_has);
+    sid = CKivSid::WKS_EVERYONE;
+    CHECK(sid.Create(CKivSid::AUTH_WORLD, 1, 0UL) == g_has);
+    SID everyone = {SID_REVISION, 1, SECURITY_WORLD_SID_AUTHORITY, {SECURITY_WORLD_RID}};
+    CHECK((sid == CKivSid(&everyone)) == true);
+    CHECK((CKivSid::FromThreadUser(::GetCurrentThread()).GetSid() != nullptr) == g_has);
+
+    CKivToken token;
+    char text[256] = "";
+    unsigned long size = sizeof text;
+    CHECK(token.OpenThreadToken(::GetCurrentThread(), TOKEN_QUERY) == g_has);
+    CHECK(token.OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY) == g_has);
+    CHECK(KivGetCurrentProcessSid(text, &size) == g_has);
+    CHECK((text[0] == 'S') == g_has);
+    void* logon = KivGetCurrentProcessLogonSid();
+    CHECK((logon != nullptr) == g_has);
+    KivFreeSid(logon);
+    token.DumpToLog("Any");
+    CHECK(log.Lines().empty() == !g_has);
+    CHECK(KivAddAccountPrivilege(nullptr, "Users", "") == 0);
+    CHECK(KivGetCurrentThreadSid(text, &size, 1) == 0);
+    CHECK(log.Lines().empty() == !g_has);
+}
+
+TEST_CASE("a privilege of the 9x family is granted and nothing happens") {
+    const kiv::test::RecordingLog log;
+    for (const char* name : {"SeShutdownPrivilege", "SeNoSuchPrivilege"}) {
+        const bool granted = CKivPrivilege(name, 1).Granted() != 0;
+        CHECK(granted == (!g_has || std::string(name) == "SeShutdownPrivilege"));
+        CHECK(CKivPrivilege(name, 0).Granted() == !g_has);
+        CHECK(CKivPrivilege(nullptr, name).Granted() == !g_has);
+    }
+    CHECK(log.Lines().empty() == !g_has);
+}
 
 TEST_CASE("lists exist on the NT family only") {
     kiv::test::RecordingLog log;
