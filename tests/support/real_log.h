@@ -12,36 +12,25 @@ namespace kiv::test {
 class ScopedVariable {
 public:
     ScopedVariable(const char* name, const char* value);
-    ~ScopedVariable();
+    ~ScopedVariable() { ::SetEnvironmentVariableA(m_name, m_before.empty() ? nullptr : m_before.c_str()); }
     ScopedVariable(const ScopedVariable&) = delete;
     ScopedVariable& operator=(const ScopedVariable&) = delete;
 
 private:
     const char* m_name;
-    bool m_wasSet;
     std::string m_before;
 };
 
-// The variables that the log reads when it is loaded.
-struct LogVariables {
-    LogVariables(const char* fileName, const char* highestLevel, const char* sizeLimit)
-        : file("TAVKIVLG_FILE", fileName), level("TAVKIVLG_LEVEL", highestLevel),
-          maxSize("TAVKIVLG_MAXSIZE", sizeLimit) {}
-
-    ScopedVariable file;
-    ScopedVariable level;
-    ScopedVariable maxSize;
-};
-
-// The logging library as it is shipped, from its load to its unload. For tests in the folder of the real log.
+// The logging library as it is shipped, from its load to its unload, with these settings in the environment; null: not
+// set. For tests that stand beside the libraries as they are shipped.
 class RealLog {
 public:
-    RealLog();
-    ~RealLog();
+    explicit RealLog(const char* file, const char* level = nullptr, const char* maxSize = nullptr);
+    ~RealLog() { ::FreeLibrary(m_module); }
     RealLog(const RealLog&) = delete;
     RealLog& operator=(const RealLog&) = delete;
 
-    void Write(unsigned level, char kind, const char* text) const;  // as the component "Test"
+    void Write(unsigned level, char kind, const std::string& text) const;  // as the component "Test"
 
     decltype(&::KivWriteLogSetEnv) setEnv;
     decltype(&::KivWriteLogEnv) write;
@@ -52,9 +41,9 @@ public:
     decltype(&::KivGetPrivateProfileStringA) profileString;
 
 private:
-    template <class Function>
-    void Find(const char* name, Function& function) const;
-
+    ScopedVariable m_file;
+    ScopedVariable m_level;
+    ScopedVariable m_maxSize;
     HMODULE m_module;
 };
 

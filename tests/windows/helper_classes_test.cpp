@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "files/universal_name_api.h"
 #include "support/check.h"
@@ -11,11 +12,6 @@
 #include "support/temp_directory.h"
 
 namespace {
-
-std::string ParentOf(const char* path) {
-    char parent[MAX_PATH] = "untouched";
-    return CKivTools::GetParentDirectory(path, parent, sizeof parent) ? parent : "";
-}
 
 bool IsFolder(const std::string& path) {
     const DWORD attributes = ::GetFileAttributesA(path.c_str());
@@ -43,34 +39,6 @@ DWORD WINAPI UniversalNameOfAny(LPCSTR path, DWORD level, LPVOID buffer, LPDWORD
     std::strcpy(info->lpUniversalName, name.c_str());
     return NO_ERROR;
 }
-
-// The folder that a network share stands for, and the share's name. Under Wine a share is a folder of the prefix; on
-// Windows it is the administrators' share of the drive.
-struct Share {
-    explicit Share(const std::string& folder) {
-        char prefix[MAX_PATH];
-        if (::GetEnvironmentVariableA("WINEPREFIX", prefix, sizeof prefix) == 0) {
-            path = "\\\\localhost\\" + folder.substr(0, 1) + "$" + folder.substr(2);
-            local = folder;
-        } else {
-            const std::string host = "kiv-test-" + std::to_string(::GetCurrentProcessId());
-            hostFolder = "Z:" + std::string(prefix) + "\\dosdevices\\unc\\" + host;
-            local = hostFolder + "\\share";
-            path = "\\\\" + host + "\\share";
-            REQUIRE(CKivTools::CreateDirectoryRecursive(local.c_str()) == 1);
-        }
-    }
-    ~Share() {
-        if (!hostFolder.empty())
-            kiv::test::RemoveTree(hostFolder);
-    }
-    Share(const Share&) = delete;
-    Share& operator=(const Share&) = delete;
-
-    std::string path;
-    std::string local;
-    std::string hostFolder;
-};
 
 struct UniversalName {
     explicit UniversalName(const char* path, unsigned long size = sizeof text) {
@@ -123,24 +91,17 @@ TEST_CASE("the short and the long form of an existing path are equal") {
 }
 
 TEST_CASE("a path on a mapped drive has a network name") {
-    SUBCASE("from the call for whole paths") {
+    {
         const kiv::test::SwappedApi<kiv::UniversalNameApi> api({UniversalNameOfAny, nullptr});
-        const UniversalName name("X:\\a\\b");
-        CHECK(std::string(name.text) == "\\\\whole\\path\\a\\b");
-        CHECK(name.length == std::strlen(name.text));
+        CHECK(std::string(UniversalName("X:\\a\\b").text) == "\\\\whole\\path\\a\\b");
     }
-    SUBCASE("from the drive's connection where that call fails or lacks") {
-        for (const auto whole : {static_cast<decltype(&::WNetGetUniversalNameA)>(nullptr), &NoUniversalName}) {
-            const kiv::test::SwappedApi<kiv::UniversalNameApi> api({whole, ConnectionOfX});
-            CHECK(std::string(UniversalName("X:\\a\\b").text) == "\\\\host\\share\\a\\b");
-            CHECK(std::string(UniversalName("X:").text) == "\\\\host\\share");
-            CHECK(UniversalName("X:", 12).error == ERROR_MORE_DATA);
-            CHECK(UniversalName("X:", 13).length == 12);
-            CHECK(UniversalName(("X:\\" + std::string(250, 'x')).c_str()).length == 0);
-        }
-    }
-    SUBCASE("in the path's own buffer") {
-        const kiv::test::SwappedApi<kiv::UniversalNameApi> api({nullptr, ConnectionOfX});
+    // By the drive's connection where the call for whole paths fails, or is not there.
+    for (const auto whole : {static_cast<decltype(&::WNetGetUniversalNameA)>(nullptr), &NoUniversalName}) {
+        const kiv::test::SwappedApi<kiv::UniversalNameApi> api({whole, ConnectionOfX});
+        CHECK(std::string(UniversalName("X:\\a\\b").text) == "\\\\host\\share\\a\\b");
+        CHECK(UniversalName("X:", 12).error == ERROR_MORE_DATA);
+        CHECK(UniversalName("X:", 13).length == 12);
+        CHECK(UniversalName(("X:\\" + std::string(250, 'x')).c_str()).length == 0);
         char path[MAX_PATH] = "X:\\a";
         CHECK(CKivPath::NetGetUniversalName(path, path, sizeof path) == 14);
         CHECK(std::string(path) == "\\\\host\\share\\a");
@@ -152,18 +113,14 @@ TEST_CASE("a path without a network name leaves the buffer alone") {
     CHECK(local.length == 0);
     CHECK(local.error == ERROR_NOT_CONNECTED);
     CHECK(std::string(local.text) == "untouched");
-    CHECK(UniversalName("\\\\host\\share").error == ERROR_BAD_DEVICE);
-    CHECK(UniversalName("X:a").error == ERROR_BAD_DEVICE);
-    CHECK(UniversalName("").error == ERROR_BAD_DEVICE);
+    for (const char* path : {"\\\\host\\share", "X:a", ""})
+        CHECK(UniversalName(path).error == ERROR_BAD_DEVICE);
     CHECK(UniversalName(nullptr).error == ERROR_INVALID_PARAMETER);
     const kiv::test::SwappedApi<kiv::UniversalNameApi> api({nullptr, nullptr});
     CHECK(UniversalName("X:\\a").error == ERROR_PROC_NOT_FOUND);
 }
 
 TEST_CASE("a parent folder is written whole or not at all") {
-    CHECK(ParentOf("C:\\setup\\tavsetup.exe") == "C:\\setup");
-    CHECK(ParentOf("C:\\setup") == "C:\\");
-    CHECK(ParentOf("\\\\host\\share\\setup") == "\\\\host\\share");
     char buffer[9] = "C:\\a\\b\\c";
     CHECK(CKivTools::GetParentDirectory(buffer, buffer, 6) == 0);
     CHECK(::GetLastError() == ERROR_INSUFFICIENT_BUFFER);
@@ -176,35 +133,31 @@ TEST_CASE("a parent folder is written whole or not at all") {
     CHECK(::GetLastError() == ERROR_INVALID_PARAMETER);
 }
 
-TEST_CASE("a folder is made with all that is missing above it") {
+TEST_CASE("a folder is made with all that is missing above it, on a drive and below a share") {
     const kiv::test::TempDirectory folder;
+    const std::string share = "\\\\localhost\\" + folder.Path().substr(0, 1) + "$" + folder.Path().substr(2);
     CHECK(CKivTools::CreateDirectoryRecursive((folder / "a\\b/c\\").c_str()) == 1);
-    CHECK(IsFolder(folder / "a\\b\\c"));
-    CHECK(CKivTools::CreateDirectoryRecursive((folder / "a\\b\\c").c_str()) == 1);
     CHECK(CKivTools::CreateDirectoryRecursive((folder / "a\\b\\d\\..\\e").c_str()) == 1);
-    CHECK(IsFolder(folder / "a\\b\\e"));
+    CHECK(CKivTools::CreateDirectoryRecursive((share + "\\a\\f\\g").c_str()) == 1);
+    for (const char* made : {"a\\b\\c", "a\\b\\e", "a\\f\\g"})
+        CHECK(IsFolder(folder / made));
     CHECK_FALSE(IsFolder(folder / "a\\b\\d"));
-    CHECK(CKivTools::CreateDirectoryRecursive("C:\\") == 1);
-}
-
-TEST_CASE("a folder is made below a share") {
-    const kiv::test::TempDirectory folder;
-    const Share share(folder.Path());
-    CHECK(CKivTools::CreateDirectoryRecursive((share.path + "\\a\\b").c_str()) == 1);
-    CHECK(IsFolder(share.local + "\\a\\b"));
-    CHECK(CKivTools::CreateDirectoryRecursive(share.path.c_str()) == 1);
-    CHECK(CKivTools::CreateDirectoryRecursive((share.path + "-missing\\a").c_str()) == 0);
+    for (const std::string& existing : {folder / "a\\b", share, std::string("C:\\")})
+        CHECK(CKivTools::CreateDirectoryRecursive(existing.c_str()) == 1);
 }
 
 TEST_CASE("a folder that cannot be made leaves the error of the first part in the way") {
     const kiv::test::TempDirectory folder;
     folder.Write("file", "");
-    CHECK(CKivTools::CreateDirectoryRecursive((folder / "file\\a\\b").c_str()) == 0);
-    CHECK(::GetLastError() == ERROR_ALREADY_EXISTS);
-    CHECK(CKivTools::CreateDirectoryRecursive((folder / std::string(300, 'x')).c_str()) == 0);
-    CHECK(::GetLastError() == ERROR_FILENAME_EXCED_RANGE);
-    CHECK(CKivTools::CreateDirectoryRecursive("Q:\\") == 0);
-    CHECK(::GetLastError() == ERROR_PATH_NOT_FOUND);
-    CHECK(CKivTools::CreateDirectoryRecursive("") == 0);
-    CHECK(::GetLastError() == ERROR_INVALID_PARAMETER);
+    const std::pair<std::string, DWORD> rows[] = {
+        {folder / "file\\a\\b", ERROR_ALREADY_EXISTS},
+        {folder / std::string(300, 'x'), ERROR_FILENAME_EXCED_RANGE},
+        {"Q:\\", ERROR_PATH_NOT_FOUND},
+        {"", ERROR_INVALID_PARAMETER},
+    };
+    for (const auto& [path, error] : rows) {
+        CAPTURE(path);
+        CHECK(CKivTools::CreateDirectoryRecursive(path.c_str()) == 0);
+        CHECK(::GetLastError() == error);
+    }
 }
