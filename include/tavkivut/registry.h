@@ -282,7 +282,7 @@ private:
     bool Usable() const noexcept;
     bool Changeable() const noexcept;
     bool Keep(long status) noexcept;
-    void Write(unsigned long type, const void* data, unsigned long size) noexcept;
+    void Write(unsigned long type, const void* data, size_t size) noexcept;
 
     CKivRegKey* m_key;
     char* m_name;

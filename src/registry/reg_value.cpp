@@ -45,6 +45,8 @@ CKivRegValue::CKivRegValue(KivSharedKey* walked, const CKivRegKey::iterator& pos
 CKivRegValue::CKivRegValue(const CKivRegValue& other) noexcept
     : CKivRegValue(other.m_key->getWksta(), other.m_key->getKey(), other.m_name, other.m_permissions) {}
 
+// Assigned to itself the value is opened anew; open copies its arguments before it frees anything.
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
 CKivRegValue& CKivRegValue::operator=(const CKivRegValue& other) noexcept {
     open(other.m_key->getWksta(), other.m_key->getKey(), other.m_name, other.m_permissions);
     return *this;
@@ -103,14 +105,15 @@ bool CKivRegValue::remove() noexcept {
     return Usable() && Keep(::RegDeleteValueA(m_key->m_handle, m_name)) && close();
 }
 
-void CKivRegValue::Write(unsigned long type, const void* data, unsigned long size) noexcept {
-    Keep(::RegSetValueExA(m_key->m_handle, m_name, 0, type, static_cast<const BYTE*>(data), size));
+void CKivRegValue::Write(unsigned long type, const void* data, size_t size) noexcept {
+    Keep(::RegSetValueExA(m_key->m_handle, m_name, 0, type, static_cast<const BYTE*>(data),
+                          static_cast<DWORD>(size)));
 }
 
 CKivRegValue& CKivRegValue::operator=(const char* text) noexcept {
     Keep(ERROR_SUCCESS);
     if (Usable() && text != nullptr)
-        Write(REG_SZ, text, static_cast<unsigned long>(std::strlen(text) + 1));
+        Write(REG_SZ, text, std::strlen(text) + 1);
     return *this;
 }
 

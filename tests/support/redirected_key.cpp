@@ -3,6 +3,33 @@
 #include "support/check.h"
 
 namespace kiv::test {
+namespace {
+
+std::wstring WideFromAnsi(const char* text) {
+    wchar_t wide[256];
+    return {wide, static_cast<std::size_t>(::MultiByteToWideChar(CP_ACP, 0, text, -1, wide, 256) - 1)};
+}
+
+// Whatever a test has made goes: names that no code page shows, links, elements beside some that stay.
+bool DeleteTree(HKEY parent, const wchar_t* name) {
+    HKEY key;
+    if (::RegOpenKeyExW(parent, name, REG_OPTION_OPEN_LINK, KEY_ALL_ACCESS, &key) != ERROR_SUCCESS)
+        return false;
+    wchar_t child[256];
+    DWORD length = 256;
+    for (DWORD left = 0; ::RegEnumKeyExW(key, left, child, &length, nullptr, nullptr, nullptr, nullptr) == 0;) {
+        if (!DeleteTree(key, child))
+            ++left;
+        length = 256;
+    }
+    const auto deleteKey = reinterpret_cast<LONG(WINAPI*)(HANDLE)>(
+        reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleA("ntdll.dll"), "NtDeleteKey")));
+    const bool deleted = deleteKey(key) == 0;
+    ::RegCloseKey(key);
+    return deleted;
+}
+
+}  // namespace
 
 ScratchKey::ScratchKey() {
     static unsigned counter = 0;
@@ -28,17 +55,7 @@ RedirectedKey::~RedirectedKey() {
 }
 
 void DeleteKeyTree(HKEY parent, const char* name) {
-    HKEY key;
-    if (::RegOpenKeyExA(parent, name, 0, KEY_ALL_ACCESS, &key) != ERROR_SUCCESS)
-        return;
-    char child[256];
-    DWORD length = sizeof child;
-    while (::RegEnumKeyExA(key, 0, child, &length, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS) {
-        DeleteKeyTree(key, child);
-        length = sizeof child;
-    }
-    ::RegCloseKey(key);
-    ::RegDeleteKeyA(parent, name);
+    DeleteTree(parent, WideFromAnsi(name).c_str());
 }
 
 }  // namespace kiv::test
