@@ -113,19 +113,4 @@ LockedSubkey::~LockedSubkey() {
     ::RegCloseKey(m_key);
 }
 
-Leftovers CountLeftovers() {
-    Leftovers found{0, 0};
-    HANDLE heaps[64];
-    const DWORD count = ::GetProcessHeaps(64, heaps);
-    for (DWORD i = 0; i < count; ++i) {
-        PROCESS_HEAP_ENTRY entry{};
-        while (::HeapWalk(heaps[i], &entry))
-            found.blocks += (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0 ? 1 : 0;
-    }
-    const HANDLE next = ::CreateEventA(nullptr, TRUE, FALSE, nullptr);
-    found.handle = static_cast<long>(reinterpret_cast<LONG_PTR>(next));
-    ::CloseHandle(next);
-    return found;
-}
-
 }  // namespace kiv::test

@@ -39,15 +39,6 @@ private:
     alignas(void*) char m_unlocked[512];
 };
 
-// What a piece of code leaves behind in the process: blocks in any heap, and open handles, which show in the value
-// that the next handle gets.
-struct Leftovers {
-    long blocks;
-    long handle;
-    bool operator==(const Leftovers& other) const { return blocks == other.blocks && handle == other.handle; }
-};
-Leftovers CountLeftovers();
-
 }  // namespace kiv::test
 
 #endif

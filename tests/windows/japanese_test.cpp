@@ -10,6 +10,7 @@
 #include "support/temp_directory.h"
 #include "support/version_block.h"
 #include "tavkivut/file.h"
+#include "tavkivut/registry.h"
 #include "tavkivut/system.h"
 
 namespace {
@@ -51,4 +52,22 @@ TEST_CASE("a string of a version resource comes in the system code page, found b
     CHECK(text == bytes);
     CHECK(CKivFile::GetVersionInfo(path.c_str(), bytes.c_str(), text, sizeof text) == 0);
     CHECK(std::string(text) == "value");
+}
+
+TEST_CASE("a character that ends in a backslash's byte does not cut a key path") {
+    REQUIRE(::GetACP() == 932);
+    const kiv::test::ScratchKey scratch;
+    const std::string path = scratch.Path() + "\\" + kTable;
+    CKivRegKey key;
+    REQUIRE(key.create(path.c_str(), "\x95\x5C"
+                                     "below"));
+    CHECK(key.getName() == kTable + "below");
+    std::string parent(path.size() + 20, '?');
+    CHECK(key.getParentKey(parent.data()) == path);
+    REQUIRE(key.open(path.c_str()));
+    CHECK(key.getIndex() == 0);
+    CHECK(std::string(key.beginKeys().getName()) == kTable + "below");
+    CHECK(key.remove());
+    CHECK(key.getLastError() == 0);
+    CHECK((key.open(scratch.Path().c_str()) && key.empty()));
 }

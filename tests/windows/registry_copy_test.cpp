@@ -3,6 +3,7 @@
 #include "support/check.h"
 #include "support/redirected_key.h"
 #include "support/registry_data.h"
+#include "support/resource_count.h"
 #include "support/this_release.h"
 #include "tavkivut/registry.h"
 
@@ -31,9 +32,9 @@ TEST_CASE("the copy outlives its original, and both close what is theirs") {
         return CKivRegKey(key);
     };
     CHECK(copyOf().countValues() == 1);
-    const Leftovers before = CountLeftovers();
+    const ResourceCount before = CountResources();
     CHECK(copyOf().countValues() == 1);
-    CHECK(CountLeftovers() == before);
+    CHECK(CountResources() == before);
 }
 
 TEST_CASE("copies of a root, of a closed key and of a key that was not found") {

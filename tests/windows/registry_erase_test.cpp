@@ -6,6 +6,7 @@
 #include "registry/registry_api.h"
 #include "support/redirected_key.h"
 #include "support/registry_data.h"
+#include "support/resource_count.h"
 #include "support/scoped_resource.h"
 #include "support/swapped_api.h"
 #include "tavkivut/registry.h"
@@ -292,8 +293,8 @@ TEST_CASE("an erasure leaves no handle and no heap block behind") {
         opened.key.erase(first, last);
     };
     erase();
-    const Leftovers before = CountLeftovers();
+    const ResourceCount before = CountResources();
     erase();
-    CHECK(CountLeftovers() == before);
+    CHECK(CountResources() == before);
     CHECK(opened.key.empty());
 }

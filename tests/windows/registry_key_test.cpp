@@ -4,6 +4,7 @@
 #include "support/check.h"
 #include "support/redirected_key.h"
 #include "support/registry_data.h"
+#include "support/resource_count.h"
 #include "support/scoped_resource.h"
 #include "support/windows_api.h"
 #include "tavkivut/registry.h"
@@ -240,7 +241,7 @@ TEST_CASE("keys leave no handle and no heap block behind") {
         key.open("HKLM\\Software", KEY_READ);
     };
     use();
-    const Leftovers before = CountLeftovers();
+    const ResourceCount before = CountResources();
     use();
-    CHECK(CountLeftovers() == before);
+    CHECK(CountResources() == before);
 }

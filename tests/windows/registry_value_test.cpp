@@ -5,6 +5,7 @@
 #include "support/check.h"
 #include "support/redirected_key.h"
 #include "support/registry_data.h"
+#include "support/resource_count.h"
 #include "support/windows_api.h"
 #include "tavkivut/registry.h"
 
@@ -309,7 +310,7 @@ TEST_CASE("values leave no handle and no heap block behind") {
         other.Append("d");
     };
     use();
-    const Leftovers before = CountLeftovers();
+    const ResourceCount before = CountResources();
     use();
-    CHECK(CountLeftovers() == before);
+    CHECK(CountResources() == before);
 }

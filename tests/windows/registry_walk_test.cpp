@@ -5,6 +5,7 @@
 #include "support/check.h"
 #include "support/redirected_key.h"
 #include "support/registry_data.h"
+#include "support/resource_count.h"
 #include "support/scoped_resource.h"
 #include "support/windows_api.h"
 #include "tavkivut/registry.h"
@@ -280,7 +281,7 @@ TEST_CASE("a walk leaves no handle and no heap block behind") {
         unfinished = key.findValue("w");
     };
     walk();
-    const Leftovers before = CountLeftovers();
+    const ResourceCount before = CountResources();
     walk();
-    CHECK(CountLeftovers() == before);
+    CHECK(CountResources() == before);
 }
