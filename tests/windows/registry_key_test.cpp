@@ -221,14 +221,6 @@ TEST_CASE("a key of another machine is opened through a connection") {
     CHECK(key.getLastError() == ERROR_INVALID_HANDLE);
 }
 
-TEST_CASE("access is not set yet") {
-    const ScratchKey scratch;
-    CKivRegKey key(nullptr, scratch.Path().c_str());
-    CHECK_FALSE(key.setEveryoneAccess());
-    CHECK_FALSE(key.setRestrictedAccess());
-    CHECK_FALSE(key.setAccess(CKivRegKey::AccessRestricted, nullptr));
-}
-
 TEST_CASE("keys leave no handle and no heap block behind") {
     const ScratchKey scratch;
     const auto use = [&] {
