@@ -31,8 +31,7 @@ void Accept(PathForm& form, DWORD length) noexcept {
 PathForm FullForm(const char* path) noexcept {
     PathForm form;
     const char drive[] = {path[0], ':', '\\', '\0'};
-    const bool bareDrive =
-        kiv::IsDrivePath(path) && path[2] == '\0';  // would stand for that drive's current folder
+    const bool bareDrive = kiv::IsDrivePath(path) && path[2] == '\0';  // would stand for that drive's current folder
     Accept(form, ::GetFullPathNameA(bareDrive ? drive : path, sizeof form.text, form.text, nullptr));
     ::CharUpperBuffA(form.text, form.length);
     return form;
@@ -107,10 +106,11 @@ DWORD UniversalName(const char* path, PathForm& name) noexcept {
     if (!kiv::IsDrivePath(path))
         return ERROR_BAD_DEVICE;
     const kiv::UniversalNameApi& api = kiv::DynamicApi<kiv::UniversalNameApi>::Get();
-    const DWORD status = NameByPath(api, path, name);
-    if (status == NO_ERROR || NameByConnection(api, path, name) == NO_ERROR)
+    const DWORD byPath = NameByPath(api, path, name);
+    if (byPath == NO_ERROR)
         return NO_ERROR;
-    return status;
+    const DWORD byConnection = NameByConnection(api, path, name);
+    return byConnection == ERROR_PROC_NOT_FOUND ? byPath : byConnection;
 }
 
 }  // namespace

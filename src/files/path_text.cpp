@@ -39,6 +39,10 @@ std::size_t ShareRootLength(std::string_view path, LeadByteTest isLead) noexcept
     return SkipSeparators(path, NextSeparator(path, SkipSeparators(path, host), isLead));
 }
 
+bool SameOneByte(char a, char b) noexcept {
+    return ToLower(a) == ToLower(b) || (IsPathSeparator(a) && IsPathSeparator(b));
+}
+
 bool IsSharePath(std::string_view path) noexcept {
     return path.size() >= 2 && IsPathSeparator(path[0]) && IsPathSeparator(path[1]);
 }
@@ -57,8 +61,7 @@ std::size_t RootLength(std::string_view path, LeadByteTest isLead) noexcept {
 
 std::size_t LastSeparator(std::string_view path, LeadByteTest isLead) noexcept {
     std::size_t last = std::string_view::npos;
-    for (std::size_t at = NextSeparator(path, 0, isLead); at < path.size();
-         at = NextSeparator(path, at + 1, isLead))
+    for (std::size_t at = NextSeparator(path, 0, isLead); at < path.size(); at = NextSeparator(path, at + 1, isLead))
         last = at;
     return last;
 }
@@ -97,10 +100,7 @@ bool EqualPathText(std::string_view a, std::string_view b, LeadByteTest isLead) 
         return false;
     for (std::size_t at = 0; at < a.size();) {
         const std::size_t size = CharacterSize(a, at, isLead);
-        const bool same = size == 2 ? a.substr(at, 2) == b.substr(at, 2)
-                                    : ToLower(a[at]) == ToLower(b[at]) ||
-                                          (IsPathSeparator(a[at]) && IsPathSeparator(b[at]));
-        if (!same)
+        if (size == 2 ? a.substr(at, 2) != b.substr(at, 2) : !SameOneByte(a[at], b[at]))
             return false;
         at += size;
     }

@@ -53,14 +53,6 @@ TEST_CASE("the folder above a path") {
     CHECK(kiv::ParentPath("C:\\a\\" + kTrailByte, JapaneseLeadByte) == "C:\\a");
 }
 
-TEST_CASE("separators at the end go, a root keeps its own") {
-    CHECK(kiv::WithoutTrailingSeparators("C:\\a\\/", NoLeadByte) == "C:\\a");
-    CHECK(kiv::WithoutTrailingSeparators("C:\\\\", NoLeadByte) == "C:\\");
-    CHECK(kiv::WithoutTrailingSeparators("\\", NoLeadByte) == "\\");
-    CHECK(kiv::WithoutTrailingSeparators("\\\\host\\share\\", NoLeadByte) == "\\\\host\\share");
-    CHECK(kiv::WithoutTrailingSeparators(kTrailByte, JapaneseLeadByte) == kTrailByte);
-}
-
 TEST_CASE("paths are the same text but for case, slashes and their end") {
     CHECK(kiv::EqualPathText("C:\\Setup", "c:/SETUP/", NoLeadByte));
     CHECK(kiv::EqualPathText("C:", "C:\\", NoLeadByte));
@@ -71,13 +63,4 @@ TEST_CASE("paths are the same text but for case, slashes and their end") {
     CHECK(kiv::EqualPathText("\x83\x41", "\x83\x61", NoLeadByte));
     CHECK_FALSE(kiv::EqualPathText("\x83\x41", "\x83\x61", JapaneseLeadByte));
     CHECK_FALSE(kiv::EqualPathText("x" + kTrailByte, "x\x83", JapaneseLeadByte));
-}
-
-TEST_CASE("only a drive, or something below its root, is a drive path") {
-    CHECK(kiv::IsDrivePath("x:"));
-    CHECK(kiv::IsDrivePath("X:/a"));
-    CHECK_FALSE(kiv::IsDrivePath("X:a"));
-    CHECK_FALSE(kiv::IsDrivePath("1:\\"));
-    CHECK_FALSE(kiv::IsDrivePath("\\\\host\\share"));
-    CHECK_FALSE(kiv::IsDrivePath(""));
 }

@@ -58,14 +58,6 @@ TEST_CASE("entries are found and listed as the system does it") {
     CHECK(Joined(kivlg::ProfileNames(u"[s]\nx=1\n[open\ny=2", u"s", SameAscii)) == "x;y;");
 }
 
-TEST_CASE("a pair of quotes around the whole value goes") {
-    using kivlg::WithoutQuotes;
-    CHECK(WithoutQuotes(std::string_view("'a\" b'")) == "a\" b");
-    CHECK(WithoutQuotes(std::string_view("\"a'")) == "\"a'");
-    CHECK(WithoutQuotes(std::string_view("\"")) == "\"");
-    CHECK(WithoutQuotes(std::string_view("\"\"")).empty());
-}
-
 TEST_CASE("a list that does not fit is cut and ends in two NULs") {
     CHECK(ListIn(9, {"a", "bb", "c"}) == "a.bb.c... 7");
     CHECK(ListIn(8, {"a", "bb", "c"}) == "a.bb.c.. 7");

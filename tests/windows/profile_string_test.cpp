@@ -126,15 +126,3 @@ TEST_CASE("a file's encoding is told by its mark, and its position stays") {
     CHECK(log.fileEncoding(nullptr) == 0);
     CHECK(log.fileEncoding(INVALID_HANDLE_VALUE) == 0);
 }
-
-TEST_CASE("nothing is taken out of a pipe") {
-    const RealLog log(nullptr);
-    kiv::ScopedKernelObject reading;
-    kiv::ScopedKernelObject writing;
-    REQUIRE(::CreatePipe(reading.Receive(), writing.Receive(), nullptr, 0));
-    DWORD count = 0;
-    REQUIRE(::WriteFile(writing.Get(), "\xFF\xFE", 2, &count, nullptr));
-    CHECK(log.fileEncoding(reading.Get()) == 0);
-    CHECK(::PeekNamedPipe(reading.Get(), nullptr, 0, nullptr, &count, nullptr));
-    CHECK(count == 2);
-}
