@@ -2,7 +2,9 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -108,6 +110,24 @@ TEST_CASE("the system's own list is written as a text") {
     CKivAcl none;
     CHECK(TextOf(none) == "(null)");
     CHECK(none.IsValid() == 0);
+}
+
+TEST_CASE("the examples of the documentation are true") {
+    std::ifstream page(std::string(std::getenv("KIV_TEST_DATA")) + "/../../docs/acl-text.md");
+    std::string line;
+    int examples = 0;
+    while (std::getline(page, line)) {
+        // | `text` | `written again` | why |
+        if (line.rfind("| `", 0) != 0)
+            continue;
+        const std::size_t end = line.find("` | ");
+        const std::string written = line.substr(end + 4, line.find(" | ", end + 4) - end - 4);
+        CKivAcl acl = Parse(line.substr(3, end - 3).c_str());
+        CAPTURE(line);
+        CHECK((acl.GetAcl() != nullptr ? "`" + TextOf(acl) + "`" : "no list") == written);
+        ++examples;
+    }
+    CHECK(examples == 19);
 }
 
 TEST_CASE("an account may stand for its SID") {
