@@ -9,6 +9,8 @@
 #include "security/account_lookup.h"
 #include "security/token_api.h"
 #include "support/check.h"
+#include "support/recording_log.h"
+#include "support/resource_count.h"
 #include "support/swapped_api.h"
 #include "tavkivut/security.h"
 
@@ -185,6 +187,34 @@ TEST_CASE("an account gets two look-ups, and the second must answer a SID") {
     const PlayedDatabase junk(false, true);
     sid = "somebody";
     CHECK(IsEmpty(sid));
+}
+
+TEST_CASE("nothing is left behind") {
+    const auto work = [] {
+        CKivSid sid("S-1-5-32-544");
+        TextOf(sid);
+        sid.GetName();
+        sid = CKivSid(sid).GetSid();
+        sid = "Users";
+        sid = "no such account";
+        sid = CKivSid::WKS_EVERYONE;
+        CKivToken token;
+        token.OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY);
+        CKivToken copy(token);
+        token.GetGroupAt(copy.GetGroupCount() - 1);
+        token.DumpToLog("Any");
+        token.OpenThreadToken(::GetCurrentThread(), TOKEN_QUERY);
+        CKivPrivilege second(CKivPrivilege("SeShutdownPrivilege", 1));
+        KivFreeSid(KivGetCurrentProcessLogonSid());
+        KivAddAccountPrivilege(nullptr, "Users", "");
+    };
+    work();
+    kiv::test::RecordingLog log;
+    const kiv::test::ResourceCount before = kiv::test::CountResources();
+    for (int i = 0; i < 20; ++i)
+        work();
+    log.Clear();
+    CHECK(kiv::test::CountResources() == before);
 }
 
 TEST_CASE("without the system's call no token is duplicated") {
