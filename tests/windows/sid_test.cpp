@@ -204,7 +204,9 @@ TEST_CASE("nothing is left behind") {
         token.GetGroupAt(copy.GetGroupCount() - 1);
         token.DumpToLog("Any");
         token.OpenThreadToken(::GetCurrentThread(), TOKEN_QUERY);
-        CKivPrivilege second(CKivPrivilege("SeShutdownPrivilege", 1));
+        const CKivPrivilege privilege("SeShutdownPrivilege", 1);
+        CKivPrivilege second(privilege);
+        second = privilege;
         KivFreeSid(KivGetCurrentProcessLogonSid());
         KivAddAccountPrivilege(nullptr, "Users", "");
     };
