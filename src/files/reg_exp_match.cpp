@@ -63,7 +63,7 @@ public:
 private:
     struct Run {
         const char* begin;  // the members of the repetition reach from here
-        const char* end;    // to here; null: no run is known
+        const char* end;    // to here; both null: no run is known
         const char* tried;  // all that can follow from here to the end was tried
     };
     static constexpr std::size_t kOwnRuns = 8;
@@ -198,12 +198,8 @@ private:
 
     bool EnterRepeat(const Step*& step, const char*& at) noexcept {
         Run& run = m_runs[step->index];
-        if (run.end == nullptr || at < run.begin || at > run.end) {
-            const char* end = at;
-            while (Contains(step->members, *end))
-                ++end;
-            run = {at, end, end + 1};
-        }
+        if (at < run.begin || at > run.end)
+            FindRun(*step, at, run);
         const char* const low = at + step->least;
         const char* const high = std::min(run.end, run.tried - 1);
         if (low > high)
@@ -217,6 +213,18 @@ private:
             return false;
         step = m_plan.At(step->next);
         return true;
+    }
+
+    // Finds the run from here on. One that reaches to the run known so far is the same, only longer, and what was tried
+    // of it stays known.
+    void FindRun(const Step& step, const char* at, Run& run) const noexcept {
+        const char* end = at;
+        while (end != run.begin && Contains(step.members, *end))
+            ++end;
+        if (end == run.begin)
+            run.begin = at;
+        else
+            run = {at, end, end + 1};
     }
 
     // Goes on behind the longest repetition that ends from `low` to `high` and can be followed by the character there.

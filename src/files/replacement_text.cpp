@@ -1,7 +1,5 @@
 #include "files/replacement_text.h"
 
-#include <cstring>
-
 #include "support/ascii.h"
 
 namespace kiv {
@@ -39,10 +37,7 @@ std::uint64_t ReplacementText::Length() const noexcept {
 
 void ReplacementText::Write(char* dest) const noexcept {
     char* at = dest;
-    ForEachPart([&at](std::string_view part) {
-        std::memcpy(at, part.data(), part.size());
-        at += part.size();
-    });
+    ForEachPart([&at](std::string_view part) { at += part.copy(at, part.size()); });
 }
 
 }  // namespace kiv

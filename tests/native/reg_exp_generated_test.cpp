@@ -109,32 +109,32 @@ int CompareWithNaive(const std::string& pattern, Generator& generator, const cha
 TEST_CASE("generated patterns find what the naive matcher finds") {
     Generator generator(3634);
     int compared = 0;
-    for (int i = 0; i < 6000; ++i)
+    for (int i = 0; i < 3000; ++i)
         compared += CompareWithNaive(generator.Pattern(3), generator, "aabc*", 8, 14);
-    CHECK(compared > 20000);
+    CHECK(compared > 10000);
 }
 
 TEST_CASE("any text is a pattern or is refused, as the naive parser says") {
     Generator generator(48);
     int compared = 0;
-    for (int i = 0; i < 40000; ++i)
+    for (int i = 0; i < 20000; ++i)
         compared +=
             CompareWithNaive(generator.Text("ab()[]^-|*+?.$\\\xE9\x7F", 10), generator, "ab]-^\xE9\xF0\x7F", 2, 8);
-    CHECK(compared > 5000);
+    CHECK(compared > 2500);
 }
 
 TEST_CASE("short patterns on longer texts, where searches leave ways out that failed before") {
     Generator generator(7);
     int compared = 0;
-    for (int i = 0; i < 300; ++i)
+    for (int i = 0; i < 150; ++i)
         compared += CompareWithNaive("(" + generator.Pattern(2) + ")*c[^c]", generator, "aaaab", 3, 60);
-    CHECK(compared > 100);
+    CHECK(compared > 50);
 }
 
 TEST_CASE("generated patterns find what the standard library's engine finds") {
     Generator generator(1);
     int compared = 0;
-    for (int i = 0; i < 1500; ++i) {
+    for (int i = 0; i < 1000; ++i) {
         const std::string pattern = generator.Pattern(2);
         CRegExp compiled;
         if (compiled.RegComp(pattern.c_str()) == nullptr || pattern.find("^*") != std::string::npos)
@@ -156,5 +156,5 @@ TEST_CASE("generated patterns find what the standard library's engine finds") {
             ++compared;
         }
     }
-    CHECK(compared > 3000);
+    CHECK(compared > 2000);
 }
