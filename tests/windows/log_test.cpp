@@ -247,15 +247,15 @@ TEST_CASE("unloading gives back every TLS slot") {
 TEST_CASE("processes that fill and rotate one log lose nothing but what rotation drops") {
     const TempDirectory folder;
     const std::string path = folder / "a.log";
-    const RealLog log(path.c_str(), nullptr, "20000");
+    const RealLog log(path.c_str(), nullptr, "8000");
     std::vector<kiv::ScopedKernelObject> writers;
     for (const char* name : {"one", "two", "three", "four"})
-        writers.push_back(StartWriter(name + std::string(" 250")));
+        writers.push_back(StartWriter(name + std::string(" 120")));
     for (const auto& writer : writers)
         WaitForEnd(writer);
     const auto lines = LinesOf({path + ".old", path});
-    CHECK(lines.size() > 250);
-    CheckNothingIsMissing(lines, 250);
+    CHECK(lines.size() > 120);
+    CheckNothingIsMissing(lines, 120);
 }
 
 TEST_CASE("lines are taken to the very end of a process, whoever is in the middle of one") {
