@@ -17,7 +17,7 @@ struct Options {
     bool json = false;
 };
 
-void Answer(const nlohmann::json& answer) {
+void Answer(const Json& answer) {
     std::cout << answer.dump(2) << "\n";
 }
 

@@ -216,11 +216,11 @@ std::string ShowEntriesInFull(const CKivAcl& acl, ObjectKind kind) {
     return text;
 }
 
-nlohmann::json EntriesAsJson(const CKivAcl& acl, ObjectKind kind) {
-    nlohmann::json answer = nlohmann::json::array();
+Json EntriesAsJson(const CKivAcl& acl, ObjectKind kind) {
+    Json answer = Json::array();
     for (const CKivAce& entry : EntriesOf(acl)) {
         CKivSid sid(entry.GetSid());
-        nlohmann::json item = SidAsJson(sid);
+        Json item = SidAsJson(sid);
         item["type"] = TypeName(HeaderOf(entry).AceType);
         item["flags"] = NamesOfFlags(HeaderOf(entry).AceFlags);
         item["mask"] = entry.GetAccessMask();

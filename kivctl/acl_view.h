@@ -3,10 +3,7 @@
 
 #include <string>
 
-#include <nlohmann/json.hpp>
-
-#include "support/windows_api.h"
-
+#include "kivctl/principal.h"
 #include "tavkivut/security.h"
 
 namespace kivctl {
@@ -32,7 +29,7 @@ std::string ShowMask(unsigned long mask);                            // "0x001f0
 std::string ShowRights(unsigned long mask, ObjectKind kind);         // "read data, append data, delete"
 std::string ShowEntries(const CKivAcl& acl, ObjectKind kind);        // a line for each
 std::string ShowEntriesInFull(const CKivAcl& acl, ObjectKind kind);  // a line for each right of each
-nlohmann::json EntriesAsJson(const CKivAcl& acl, ObjectKind kind);
+Json EntriesAsJson(const CKivAcl& acl, ObjectKind kind);
 
 }  // namespace kivctl
 

@@ -102,9 +102,9 @@ void PrintDescriptor(const CKivSecurityDescriptor& sd, ObjectKind kind) {
     std::cout << ShowEntries(acl, kind) << "Text:   " << TextOf(acl) << "\n";
 }
 
-nlohmann::json PrincipalAsJson(void* sid) {
+Json PrincipalAsJson(void* sid) {
     CKivSid principal(sid);
-    return principal.GetSid() != nullptr ? SidAsJson(principal) : nlohmann::json();
+    return principal.GetSid() != nullptr ? SidAsJson(principal) : Json();
 }
 
 void Show(const Options& options) {
@@ -115,11 +115,11 @@ void Show(const Options& options) {
         return;
     }
     CKivAcl acl(sd.GetDacl());
-    std::cout << nlohmann::json{{"owner", PrincipalAsJson(sd.GetOwner())},
-                                {"group", PrincipalAsJson(sd.GetPrimaryGroup())},
-                                {"dacl", DaclState(sd)},
-                                {"entries", EntriesAsJson(acl, target.Kind())},
-                                {"text", TextOf(acl)}}
+    std::cout << Json{{"owner", PrincipalAsJson(sd.GetOwner())},
+                      {"group", PrincipalAsJson(sd.GetPrimaryGroup())},
+                      {"dacl", DaclState(sd)},
+                      {"entries", EntriesAsJson(acl, target.Kind())},
+                      {"text", TextOf(acl)}}
                      .dump(2)
               << "\n";
 }
