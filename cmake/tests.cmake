@@ -12,7 +12,11 @@
 #   one more CTest test each. tests/support/this_release.h tells a test which one it runs as.
 #   LOCK names what tests share that must not run side by side (a registry key, a named object).
 #
-# Both add to every program the doctest entry point and the fixtures of tests/support.
+# kiv_transcript_test(<name>)
+#   Runs the commands of tests/data/transcripts/<name>.txt with kivctl and compares what they print and their exit codes
+#   (tests/support/run-transcript tells the form). Only in cross builds, whose host has a shell.
+#
+# The first two add to every program the doctest entry point and the fixtures of tests/support.
 
 set(KIV_TEST_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
 set(KIV_REAL_LOG_DIRECTORY ${KIV_TEST_DIRECTORY}/real_log)
@@ -86,4 +90,14 @@ function(kiv_windows_test name)
     _kiv_register_windows_test(${name}_${release} ${copy} "${arg_LOCK}")
     set_property(GLOBAL APPEND PROPERTY KIV_RELEASE_PROGRAMS ${target}_${release}.exe=${release})
   endforeach()
+endfunction()
+
+function(kiv_transcript_test name)
+  if(NOT CMAKE_CROSSCOMPILING)
+    return()
+  endif()
+  add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/tests/support/run-transcript
+    ${PROJECT_SOURCE_DIR}/tests/data/transcripts/${name}.txt ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:kivctl>)
+  set_tests_properties(${name} PROPERTIES TIMEOUT 120 WORKING_DIRECTORY ${KIV_TEST_DIRECTORY}
+    ENVIRONMENT "${KIV_WINE_ENVIRONMENT}" FIXTURES_REQUIRED "${KIV_WINE_FIXTURE}")
 endfunction()

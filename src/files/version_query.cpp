@@ -75,25 +75,28 @@ private:
 
 std::optional<FILE_VERSION> FindFileVersion(const VersionBlock& block) noexcept {
     const std::optional<std::string_view> root =
-        block.IsNarrow() ? block.Narrow().FindValue("\\") : block.Wide().FindValue(u"\\");
+        block.IsNarrow() ? block.Narrow().FindValue({}) : block.Wide().FindValue({});
     return root ? kiv::FixedFileVersion(*root) : std::nullopt;
 }
 
 std::optional<std::string_view> FindTranslations(const VersionBlock& block) noexcept {
-    return block.IsNarrow() ? block.Narrow().FindValue("\\VarFileInfo\\Translation")
-                            : block.Wide().FindValue(u"\\VarFileInfo\\Translation");
+    return block.IsNarrow() ? block.Narrow().FindValue({"VarFileInfo", "Translation"})
+                            : block.Wide().FindValue({u"VarFileInfo", u"Translation"});
+}
+
+std::u16string Units(const char* text) {
+    const std::wstring wide = kiv::WideFromAnsi(text);
+    return std::u16string(wide.begin(), wide.end());
 }
 
 // In the system code page.
 std::optional<std::string> FindString(const VersionBlock& block, kiv::VersionTranslation translation,
                                       const char* name) {
-    char table[sizeof "\\StringFileInfo\\01234567\\"];
-    std::snprintf(table, sizeof table, "\\StringFileInfo\\%04x%04x\\", translation.language, translation.codePage);
-    const std::string path = std::string(table) + name;
+    char table[sizeof "01234567"];
+    std::snprintf(table, sizeof table, "%04x%04x", translation.language, translation.codePage);
     if (block.IsNarrow())
-        return block.Narrow().FindText(path);
-    const std::wstring widePath = kiv::WideFromAnsi(path);
-    const std::optional<std::u16string> text = block.Wide().FindText(std::u16string(widePath.begin(), widePath.end()));
+        return block.Narrow().FindText({"StringFileInfo", table, name});
+    const std::optional<std::u16string> text = block.Wide().FindText({u"StringFileInfo", Units(table), Units(name)});
     if (!text)
         return std::nullopt;
     return kiv::AnsiFromWide(std::wstring(text->begin(), text->end()));

@@ -97,28 +97,26 @@ std::optional<typename VersionResource<Char>::Node> VersionResource<Char>::FindC
 }
 
 template <class Char>
-std::optional<typename VersionResource<Char>::Node> VersionResource<Char>::FindNode(TextView path) const noexcept {
+std::optional<typename VersionResource<Char>::Node> VersionResource<Char>::FindNode(Keys keys) const noexcept {
     std::optional<Node> node = NodeAt(0, m_block.size());
-    while (node && !path.empty()) {
-        const TextView key = path.substr(0, path.find(Char{'\\'}));
-        path.remove_prefix(std::min(key.size() + 1, path.size()));
-        if (!key.empty())
+    for (const TextView key : keys) {
+        if (node)
             node = FindChild(*node, key);
     }
     return node;
 }
 
 template <class Char>
-std::optional<std::string_view> VersionResource<Char>::FindValue(TextView path) const noexcept {
-    const std::optional<Node> node = FindNode(path);
+std::optional<std::string_view> VersionResource<Char>::FindValue(Keys keys) const noexcept {
+    const std::optional<Node> node = FindNode(keys);
     if (!node)
         return std::nullopt;
     return m_block.substr(node->value, node->valueSize);
 }
 
 template <class Char>
-std::optional<typename VersionResource<Char>::Text> VersionResource<Char>::FindText(TextView path) const {
-    const std::optional<Node> node = FindNode(path);
+std::optional<typename VersionResource<Char>::Text> VersionResource<Char>::FindText(Keys keys) const {
+    const std::optional<Node> node = FindNode(keys);
     if (!node)
         return std::nullopt;
     Text text;

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,22 +17,22 @@ namespace kiv {
 // ever read. `Char` is the unit of its texts: char16_t in a 32-bit module, char (system code page) in a 16-bit one,
 // whose nodes have one field less.
 //
-// A path names a node by the keys that lead to it, separated by backslashes and compared without regard to ASCII case;
-// empty components count as none, so "\" is the root.
+// A node is named by the keys that lead to it from the root, compared without regard to ASCII case; no key is the root.
 template <class Char>
 class VersionResource {
 public:
     using Text = std::basic_string<Char>;
     using TextView = std::basic_string_view<Char>;
+    using Keys = std::initializer_list<TextView>;
 
     explicit VersionResource(std::string_view block) noexcept : m_block(block) {}
 
     // The value of a node, cut where the node ends; nothing when there is no such node.
-    std::optional<std::string_view> FindValue(TextView path) const noexcept;
+    std::optional<std::string_view> FindValue(Keys keys) const noexcept;
 
     // The text of a node, up to its NUL or the end of the node: the length of a text counts characters in some files
     // and bytes in others, so it only tells whether there is one at all.
-    std::optional<Text> FindText(TextView path) const;
+    std::optional<Text> FindText(Keys keys) const;
 
 private:
     struct Node {
@@ -45,7 +46,7 @@ private:
 
     std::optional<Node> NodeAt(std::size_t offset, std::size_t limit) const noexcept;
     std::optional<Node> FindChild(const Node& parent, TextView key) const noexcept;
-    std::optional<Node> FindNode(TextView path) const noexcept;
+    std::optional<Node> FindNode(Keys keys) const noexcept;
     bool HasKey(const Node& node, TextView key) const noexcept;
     Char UnitAt(std::size_t offset) const noexcept;
 
