@@ -72,12 +72,14 @@ int main(int argc, char** argv) {
     CLI::App app("The utilities library from the command line.", "kivctl");
     app.require_subcommand(1);
     kivctl::AddAclCommand(app);
+    kivctl::AddArgsCommand(app);
     kivctl::AddConfigCommand(app);
     kivctl::AddFileCommand(app);
     kivctl::AddIniCommand(app);
     kivctl::AddPrivilegeCommand(app);
     kivctl::AddRightCommand(app);
     kivctl::AddSdCommand(app);
+    kivctl::AddServerCommand(app);
     kivctl::AddSidCommand(app);
     kivctl::AddSystemCommand(app);
     kivctl::AddTokenCommand(app);

@@ -2,7 +2,10 @@
 
 #include <string>
 
+#include <nlohmann/json.hpp>
+
 #include "support/check.h"
+#include "support/run_program.h"
 #include "support/windows_api.h"
 #include "windows/server_process.h"
 
@@ -53,4 +56,29 @@ TEST_CASE("a host that answers is alive, a name that does not resolve is not") {
     const Installer process({kFar}, false);
     CHECK(process.Results(std::string("alive=") + kFar + " alive=127.0.1.4 alive=no-such-host") ==
           Lines{"1", "1", "0"});
+}
+
+TEST_CASE("kivctl keeps the list, measures it and chooses from it") {
+    const Installer servers({kFar}, false);  // for the servers' folders
+    const auto kivctl = [](const std::string& arguments) {
+        return kiv::test::RunProgram("..\\bin\\kivctl.exe server " + arguments);
+    };
+    const std::string nearby = kNear;
+    CHECK(kivctl("add " + nearby).exitCode == 0);
+    CHECK(kivctl("add " + nearby + "\\").output == "listed already\n");
+    CHECK(kivctl("add " + std::string(kSilent)).output == "list in the registry: " + nearby + ";" + kSilent + "\n");
+    CHECK(kivctl("list").output == "0  available      " + nearby + "\n1  available      " + kSilent + "\n");
+    CHECK(kivctl("pick /product:Office").output == nearby + "\n");
+    CHECK(kivctl("pick --product Office").exitCode == 2);
+
+    const auto measured = nlohmann::json::parse(kivctl("probe --json --count 2 --timeout 300").output);
+    REQUIRE(measured.size() == 2);
+    CHECK(measured[0]["answered"] == 2);
+    CHECK(measured[0]["averageMilliseconds"] >= 40);
+    CHECK(measured[1]["answered"] == 0);
+    CHECK(kivctl("probe --timeout 300 " + std::string(kSilent)).exitCode == 1);
+
+    CHECK(kivctl("remove " + std::string(kSilent)).output == "list in the registry: " + nearby + "\n");
+    CHECK(kivctl("remove 1").exitCode == 1);
+    CHECK(kivctl("policy set Site here").exitCode == 1);  // 127.0.1.2 is no computer's name
 }

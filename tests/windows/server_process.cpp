@@ -1,57 +1,17 @@
 #include "windows/server_process.h"
 
 #include "support/check.h"
+#include "support/run_program.h"
 #include "support/scoped_resource.h"
 #include "support/this_release.h"
 
 namespace kiv::test {
 namespace {
 
-std::string ReadAll(HANDLE pipe) {
-    std::string text;
-    char part[4096];
-    DWORD read = 0;
-    while (::ReadFile(pipe, part, sizeof part, &read, nullptr) && read > 0)
-        text.append(part, read);
-    return text;
-}
-
-// Runs a program to its end and gives what it printed.
-std::string Capture(std::string commandLine) {
-    SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
-    ScopedKernelObject reading;
-    ScopedKernelObject writing;
-    REQUIRE(::CreatePipe(reading.Receive(), writing.Receive(), &inherited, 0));
-    ::SetHandleInformation(reading.Get(), HANDLE_FLAG_INHERIT, 0);
-    STARTUPINFOA start{};
-    start.cb = sizeof start;
-    start.dwFlags = STARTF_USESTDHANDLES;
-    start.hStdOutput = writing.Get();
-    start.hStdError = ::GetStdHandle(STD_ERROR_HANDLE);
-    PROCESS_INFORMATION process;
-    REQUIRE(
-        ::CreateProcessA(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start, &process));
-    const ScopedKernelObject thread(process.hThread);
-    const ScopedKernelObject child(process.hProcess);
-    writing.Reset();
-    std::string text = ReadAll(reading.Get());
-    ::WaitForSingleObject(child.Get(), INFINITE);
-    DWORD code = 1;
-    ::GetExitCodeProcess(child.Get(), &code);
-    CAPTURE(commandLine);
-    CHECK(code == 0);
-    return text;
-}
-
 ServerProcess::Lines SplitLines(const std::string& text) {
     ServerProcess::Lines lines;
-    for (std::size_t start = 0; start < text.size();) {
-        const std::size_t end = text.find("\r\n", start);
-        if (end == std::string::npos)
-            break;
+    for (std::size_t start = 0, end = 0; (end = text.find('\n', start)) != std::string::npos; start = end + 1)
         lines.push_back(text.substr(start, end - start));
-        start = end + 2;
-    }
     return lines;
 }
 
@@ -81,7 +41,10 @@ ServerProcess::ServerProcess(const std::string& program)
 
 ServerProcess::Lines ServerProcess::Run(const std::string& operations) const {
     ::SetEnvironmentVariableA("KIV_LOCAL_MACHINE", m_machine.Path().c_str() + sizeof "HKCU");
-    return SplitLines(Capture("\"" + (*this / "bin\\" + m_program) + "\" " + operations));
+    const ProgramResult result = RunProgram("\"" + (*this / "bin\\" + m_program) + "\" " + operations);
+    CAPTURE(operations);
+    CHECK(result.exitCode == 0);
+    return SplitLines(result.output);
 }
 
 ServerProcess::Lines ServerProcess::Results(const std::string& operations) const {
