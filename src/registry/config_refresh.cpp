@@ -13,7 +13,8 @@
 namespace kiv {
 namespace {
 
-// The file that the registry was last filled from: the halves of its time, directly below the root key.
+// The time of the file that the registry was last filled from, in halves, directly below the root key. Written last, so
+// that a refresh that was broken off is done again.
 constexpr char kTimeLow[] = "ConfigFileTimeLow";
 constexpr char kTimeHigh[] = "ConfigFileTimeHigh";
 
@@ -111,17 +112,19 @@ void StoreTime(const FILETIME& time) {
 void RefreshConfig() {
     KIV_LOG(kLogMain, kLogInfo, "initializing configuration managment");
     const ConfigSource source = ChooseSource();
-    const RefreshLock lock;
-    const FILETIME stored = StoredTime();
     if (source.time.dwLowDateTime == 0 && source.time.dwHighDateTime == 0)
         KIV_LOG(kLogMain, kLogWarning, "No configuration info available");
-    if (!IsLater(source.time, stored)) {
-        KIV_LOG(kLogMain, kLogInfo, "config information is uptodate");
-        return;
+    const auto isDue = [&source] { return IsLater(source.time, StoredTime()); };
+    if (isDue()) {
+        const RefreshLock lock;
+        if (isDue()) {  // no other process has done it meanwhile
+            KIV_LOG(kLogMain, kLogInfo, "update config information from %s", source.file.c_str());
+            WriteInifileToHkey(kConfigRootKey, source.file.c_str());
+            StoreTime(source.time);
+            return;
+        }
     }
-    KIV_LOG(kLogMain, kLogInfo, "update config information from %s", source.file.c_str());
-    WriteInifileToHkey(kConfigRootKey, source.file.c_str());
-    StoreTime(source.time);
+    KIV_LOG(kLogMain, kLogInfo, "config information is uptodate");
 }
 
 }  // namespace kiv

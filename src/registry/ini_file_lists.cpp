@@ -6,19 +6,12 @@
 #include "support/ascii.h"
 #include "support/scoped_resource.h"
 #include "support/text_convert.h"
+#include "support/text_encoding.h"
 #include "tavkivlg/tavkivlg.h"
 #include "tavkivut/system.h"
 
 namespace kiv {
 namespace {
-
-// What KivGetFileEncoding answers.
-constexpr unsigned long kUnmarked = 0;
-constexpr unsigned long kUtf16LittleEndian = 1;
-constexpr unsigned long kUtf16BigEndian = 2;
-
-constexpr std::size_t kUtf16MarkSize = 2;
-constexpr std::size_t kUtf8MarkSize = 3;
 
 // More than this the profile calls of the 9x family do not take.
 constexpr std::size_t kLargestBuffer9x = 32767;
@@ -40,24 +33,6 @@ std::string ReadWhole(HANDLE file) {
     return bytes;
 }
 
-std::u16string FromUtf16(std::string_view bytes, bool bigEndian) {
-    std::u16string text;
-    text.reserve(bytes.size() / 2);
-    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
-        const auto first = static_cast<unsigned char>(bytes[i]);
-        const auto second = static_cast<unsigned char>(bytes[i + 1]);
-        text += static_cast<char16_t>(bigEndian ? first << 8 | second : second << 8 | first);
-    }
-    return text;
-}
-
-std::u16string Decode(std::string_view bytes, unsigned long encoding) {
-    if (encoding == kUtf16LittleEndian || encoding == kUtf16BigEndian)
-        return FromUtf16(bytes.substr(std::min(kUtf16MarkSize, bytes.size())), encoding == kUtf16BigEndian);
-    const std::wstring wide = WideFromUtf8(bytes.substr(std::min(kUtf8MarkSize, bytes.size())));
-    return {wide.begin(), wide.end()};
-}
-
 std::string ToAnsi(std::u16string_view text) {
     return AnsiFromWide(std::wstring(text.begin(), text.end()));
 }
@@ -73,11 +48,10 @@ IniFileLists::IniFileLists(const char* path, std::size_t fileSize) : m_path(path
 void IniFileLists::ReadMarkedFile() {
     const ScopedFile file(
         ::CreateFileA(m_path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-    const unsigned long encoding = file ? KivGetFileEncoding(file.Get()) : kUnmarked;
-    if (encoding == kUnmarked)
+    if (!file || KivGetFileEncoding(file.Get()) == static_cast<unsigned long>(TextEncoding::kCodePage))
         return;
     m_marked = true;
-    const std::u16string text = Decode(ReadWhole(file.Get()), encoding);
+    const std::u16string text = DecodeMarkedText(ReadWhole(file.Get()));
     for (const IniSection& section : ParseIniText(text)) {
         m_sections.push_back({ToAnsi(section.name), ToAnsi(section.entries)});
         m_byName.emplace(LowerCase(m_sections.back().name), m_sections.size() - 1);

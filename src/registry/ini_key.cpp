@@ -19,6 +19,8 @@ CIniKey::CIniKey(const char* iniFile, const char* section, const char* key) noex
 CIniKey::CIniKey(const CIniKey& other) noexcept : CIniKey(other.m_iniFile, other.m_section, other.m_key) {}
 
 CIniKey& CIniKey::operator=(const CIniKey& other) noexcept {
+    if (this == &other)
+        return *this;
     kiv::ReplaceText(m_iniFile, other.m_iniFile);
     kiv::ReplaceText(m_section, other.m_section);
     kiv::ReplaceText(m_key, other.m_key);

@@ -3,10 +3,16 @@
 namespace kiv {
 namespace {
 
+constexpr char16_t kCtrlZ = 0x1A;  // ended a text file once; some still carry it
+
+constexpr bool IsBlank(char16_t c) noexcept {
+    return c == u' ' || (c >= u'\t' && c <= u'\r') || c == kCtrlZ;
+}
+
 std::u16string_view Trimmed(std::u16string_view text) noexcept {
-    while (!text.empty() && text.front() <= u' ')
+    while (!text.empty() && IsBlank(text.front()))
         text.remove_prefix(1);
-    while (!text.empty() && text.back() <= u' ')
+    while (!text.empty() && IsBlank(text.back()))
         text.remove_suffix(1);
     return text;
 }
@@ -18,17 +24,16 @@ std::u16string_view TakeLine(std::u16string_view& rest) noexcept {
     return Trimmed(line);
 }
 
-// A NUL would end the entry in a list of entries: the rest of the text is dropped.
+// A NUL would end the entry in a list of entries: the rest of the line is dropped.
 std::u16string_view BeforeNul(std::u16string_view text) noexcept {
     return text.substr(0, text.find(u'\0'));
 }
 
 void AppendEntry(std::u16string_view line, std::u16string& entries) {
-    const std::u16string_view shown = BeforeNul(line);
-    const std::size_t mark = shown.find(u'=');
-    entries.append(Trimmed(shown.substr(0, mark)));
+    const std::size_t mark = line.find(u'=');
+    entries.append(Trimmed(line.substr(0, mark)));
     if (mark != std::u16string_view::npos)
-        entries.append(u"=").append(Trimmed(shown.substr(mark + 1)));
+        entries.append(u"=").append(Trimmed(line.substr(mark + 1)));
     entries.push_back(u'\0');
 }
 
@@ -60,12 +65,12 @@ bool SplitEntry(std::string_view line, IniEntry& entry) noexcept {
 std::vector<IniSection> ParseIniText(std::u16string_view text) {
     std::vector<IniSection> sections;
     while (!text.empty()) {
-        const std::u16string_view line = TakeLine(text);
+        const std::u16string_view line = BeforeNul(TakeLine(text));
         if (line.empty() || line.front() == u';')
             continue;
-        const std::size_t nameEnd = line.front() == u'[' ? line.find(u']') : std::u16string_view::npos;
+        const std::size_t nameEnd = line.front() == u'[' ? line.rfind(u']') : std::u16string_view::npos;
         if (nameEnd != std::u16string_view::npos)
-            sections.push_back({BeforeNul(Trimmed(line.substr(1, nameEnd - 1))), {}});
+            sections.push_back({Trimmed(line.substr(1, nameEnd - 1)), {}});
         else if (!sections.empty())
             AppendEntry(line, sections.back().entries);
     }

@@ -41,8 +41,9 @@ struct IniSection {
 // The sections of an INI file, in file order, with the entries that the system's own call would give for each: for
 // files in an encoding that this call does not understand on every release. The names point into `text`.
 //
-// Lines are trimmed of blanks, and so are names and values around the first "="; lines that are empty or begin with ";"
-// are left out, as is what stands before the first "[name]".
+// A header's name reaches to the last "]" of its line. Lines are trimmed of blanks (and Ctrl-Z), and so are names and
+// values around the first "="; lines that are empty or begin with ";" are left out, as is what stands before the first
+// header.
 std::vector<IniSection> ParseIniText(std::u16string_view text);
 
 }  // namespace kiv

@@ -97,8 +97,9 @@ TEST_CASE("an INI text gives its sections and their entries") {
     CHECK(Parsed(u"x=0\r\n[ S ]\r\n a = 1 2 \r\n;c=3\r\n\r\nplain\r\nb==\r\n[T] ; comment\nd=[x]\n") ==
           "[S]a=1 2|plain|b==|[T]d=[x]|");
     CHECK(Parsed(u"[S]\na=1\n[s]\na=2\n[S]") == "[S]a=1|[s]a=2|[S]");
+    CHECK(Parsed(u"[a]b] x\nc=1\x1A") == "[a]b]c=1|");
     CHECK(Parsed(u"[]\na=1\n[open\nb=2") == "[]a=1|[open|b=2|");
-    CHECK(Parsed(u"[S]\na=1\0junk\n\0b=2"sv) == "[S]a=1|b=2|");
+    CHECK(Parsed(u"[S]\na=1\0junk\n\0b=2"sv) == "[S]a=1|");
     CHECK(Parsed(u"").empty());
     CHECK(Parsed(u"a=1").empty());
 }

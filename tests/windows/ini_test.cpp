@@ -6,6 +6,7 @@
 
 #include "support/check.h"
 #include "support/redirected_key.h"
+#include "support/resource_count.h"
 #include "support/temp_directory.h"
 #include "support/windows_api.h"
 
@@ -298,4 +299,24 @@ TEST_CASE("nothing of a large file is lost") {
     CHECK(::RegQueryValueExA(key, "t", nullptr, nullptr, nullptr, &size) == ERROR_SUCCESS);
     ::RegCloseKey(key);
     CHECK(size == longText.size() + 1);
+}
+
+TEST_CASE("an import leaves nothing behind in the process") {
+    TempDirectory folder;
+    ScratchKey base;
+    const std::string file = folder.Write("a.ini", "[S]\r\na=1\r\nb=x\r\n[T]\r\nc=1\r\n");
+    const std::string marked = folder.Write("marked.ini", "\xEF\xBB\xBF[S]\r\na=1\r\n");
+    const auto work = [&] {
+        WriteInifileToHkey(base.Path().c_str(), file.c_str());
+        WriteInifileToHkey(base.Path().c_str(), marked.c_str());
+        CIniKey key(marked.c_str(), "S", "a");
+        key.Exist();
+        CIniKey copy(key);
+        copy = key;
+    };
+    work();
+    const kiv::test::ResourceCount before = kiv::test::CountResources();
+    for (int i = 0; i < 5; ++i)
+        work();
+    CHECK(kiv::test::CountResources() == before);
 }
