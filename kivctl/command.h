@@ -41,6 +41,7 @@ void AddConfigCommand(CLI::App& app);
 void AddFileCommand(CLI::App& app);
 void AddIniCommand(CLI::App& app);
 void AddPrivilegeCommand(CLI::App& app);
+void AddRegCommand(CLI::App& app);
 void AddRightCommand(CLI::App& app);
 void AddSdCommand(CLI::App& app);
 void AddServerCommand(CLI::App& app);

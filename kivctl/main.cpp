@@ -77,6 +77,7 @@ int main(int argc, char** argv) {
     kivctl::AddFileCommand(app);
     kivctl::AddIniCommand(app);
     kivctl::AddPrivilegeCommand(app);
+    kivctl::AddRegCommand(app);
     kivctl::AddRightCommand(app);
     kivctl::AddSdCommand(app);
     kivctl::AddServerCommand(app);
