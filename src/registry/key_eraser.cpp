@@ -132,7 +132,7 @@ LONG EraseSubkeys(HKEY key, REGSAM access) noexcept {
 }
 
 LONG EraseSubkey(HKEY parent, const char* name, REGSAM access) noexcept {
-    ElementName shown;
+    ElementName shown{};
     if (!CopyText(shown.text, sizeof shown.text, name))
         return ERROR_FILE_NOT_FOUND;
     Level level = OpenLevel(parent, shown, access);

@@ -100,7 +100,7 @@ std::string_view WithoutTrailingBackslashes(std::string_view path, LeadByteTest 
 std::size_t PieceEnd(std::string_view subkeys, std::size_t limit, LeadByteTest isLead) noexcept {
     std::size_t end = std::string_view::npos;
     VisitCharacters(subkeys, isLead, [&](std::size_t place, std::size_t) {
-        if (subkeys[place] == '\\' && (place <= limit || end == std::string_view::npos))
+        if ((place <= limit || end == std::string_view::npos) && subkeys[place] == '\\')
             end = place;
         return place < limit || end == std::string_view::npos;
     });
