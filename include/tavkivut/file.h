@@ -10,8 +10,9 @@
 
 #include "tavkivut/export.h"
 
-struct _FILETIME;  // as <windows.h> declares them
-struct _SYSTEMTIME;
+// As <windows.h> declares them.
+struct _FILETIME;    // NOLINT(bugprone-reserved-identifier)
+struct _SYSTEMTIME;  // NOLINT(bugprone-reserved-identifier)
 
 // A version number, most significant part first. 0xFFFF in a part means unknown.
 struct FILE_VERSION {

@@ -25,7 +25,9 @@ void CKivFileVersion::Init() noexcept {
 }
 
 CKivFileVersion& CKivFileVersion::operator=(const CKivFileVersion& other) noexcept {
-    return *this = static_cast<FILE_VERSION>(other);
+    if (this != &other)
+        *this = static_cast<FILE_VERSION>(other);
+    return *this;
 }
 
 CKivFileVersion& CKivFileVersion::operator=(const FILE_VERSION& version) noexcept {

@@ -5,6 +5,9 @@ namespace kiv {
 void VersionApi::Load() noexcept {
     getVersionEx = ::GetVersionExA;
     getVersion = ::GetVersion;
+}
+
+void SuiteApi::Load() noexcept {
     FindFunction(LoadSystemModule("ntdll.dll"), "VerSetConditionMask", setConditionMask);
     FindFunction(LoadSystemModule("kernel32.dll"), "VerifyVersionInfoA", verifyVersionInfo);
 }

@@ -19,6 +19,11 @@ namespace kiv {
 struct VersionApi {
     decltype(&::GetVersionExA) getVersionEx;
     decltype(&::GetVersion) getVersion;
+
+    void Load() noexcept;
+};
+
+struct SuiteApi {
     decltype(&::VerSetConditionMask) setConditionMask;
     decltype(&::VerifyVersionInfoA) verifyVersionInfo;
 

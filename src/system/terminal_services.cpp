@@ -15,7 +15,8 @@ namespace {
 using kiv::Caches;
 
 // From NT 5 on the system compares the suites by itself.
-int HasTerminalSuite(const kiv::VersionApi& api) noexcept {
+int HasTerminalSuite() noexcept {
+    const kiv::SuiteApi& api = kiv::DynamicApi<kiv::SuiteApi>::Get();
     if (api.setConditionMask == nullptr || api.verifyVersionInfo == nullptr)
         return 0;
     OSVERSIONINFOEXA wanted{};
@@ -57,11 +58,10 @@ int IsTerminalProduct() noexcept {
 int AskTerminalServer() noexcept {
     constexpr DWORD k9xFamily = 0x80000000;
     constexpr BYTE kWindows2000 = 5;
-    const kiv::VersionApi& api = kiv::DynamicApi<kiv::VersionApi>::Get();
-    const DWORD version = api.getVersion();
+    const DWORD version = kiv::DynamicApi<kiv::VersionApi>::Get().getVersion();
     if ((version & k9xFamily) != 0)
         return 0;
-    return LOBYTE(LOWORD(version)) >= kWindows2000 ? HasTerminalSuite(api) : IsTerminalProduct();
+    return LOBYTE(LOWORD(version)) >= kWindows2000 ? HasTerminalSuite() : IsTerminalProduct();
 }
 
 }  // namespace

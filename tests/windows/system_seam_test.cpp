@@ -74,10 +74,6 @@ HRESULT WINAPI NullFolder(HWND, int, LPITEMIDLIST* list) {
     return S_OK;
 }
 
-BOOL WINAPI NoPath(LPCITEMIDLIST, LPSTR) {
-    return FALSE;
-}
-
 BOOL WINAPI NtProfile(HANDLE, LPSTR buffer, LPDWORD size) {
     const bool fits = *size >= sizeof "C:\\NT\\user";
     if (fits)
@@ -178,12 +174,8 @@ TEST_CASE("folders that the system does not tell are asked again") {
     CHECK(std::strlen(CKivSystem::GetWinDir()) == MAX_PATH - 6);
     CHECK(Text(CKivSystem::GetSys16Dir()).empty());  // no room for the rest
     CHECK(Text(CKivSystem::GetFontsDir()) == Text(MAX_PATH - 6, 'x') + "Fonts");
-    SUBCASE("no list") {
-        shell->getFolderLocation = NullFolder;
-    }
-    SUBCASE("no path") {
-        shell->getPathFromIdList = NoPath;
-    }
+    SwappedApi<kiv::ShellApi> answering;
+    answering->getFolderLocation = NullFolder;
     const FreshSystemCaches others;
     CHECK(Text(CKivSystem::GetFontsDir()) == Text(MAX_PATH - 6, 'x') + "Fonts");
 }
@@ -282,8 +274,9 @@ TEST_CASE("the browser is told by the module in the system folder") {
 }
 
 TEST_CASE("terminal services are told by suite, product or not at all") {
-    SwappedApi<kiv::VersionApi> api;
-    api->getVersion = GivenVersionWord;
+    SwappedApi<kiv::VersionApi> versions;
+    SwappedApi<kiv::SuiteApi> api;
+    versions->getVersion = GivenVersionWord;
     api->setConditionMask = SuiteCondition;
     api->verifyVersionInfo = GivenSuiteAnswer;
     const auto answer = [](DWORD word, BOOL suite) {
