@@ -22,7 +22,7 @@ TEST_CASE("the second byte of a character is no backslash") {
     const kiv::test::RedirectedKey user(HKEY_CURRENT_USER);
     HKEY key;
     REQUIRE(::RegCreateKeyA(user.Handle(), "Environment", &key) == ERROR_SUCCESS);
-    for (const std::string temp : {"C:\\" + kTable, "C:\\" + kTable + "\\"}) {
+    for (const std::string& temp : {"C:\\" + kTable, "C:\\" + kTable + "\\"}) {
         const kiv::test::FreshSystemCaches caches;
         ::RegSetValueExA(key, "Temp", 0, REG_SZ, reinterpret_cast<const BYTE*>(temp.c_str()), temp.size() + 1);
         CHECK(std::string(CKivSystem::GetTempDir()) == "C:\\" + kTable);
