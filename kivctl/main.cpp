@@ -10,14 +10,16 @@ namespace {
 
 int g_exitCode = kExitDone;
 
-// The subcommand that was asked for, however deep, so that its own usage can be shown.
-const CLI::App& AskedFor(const CLI::App& app) {
+// The usage of the subcommand that was asked for, however deep; `parents` is what stands before its name.
+std::string Usage(const CLI::App& app, const std::string& parents = "") {
     const std::vector<CLI::App*> chosen = app.get_subcommands();
-    return chosen.empty() ? app : AskedFor(*chosen.front());
+    if (chosen.empty())
+        return app.help(parents);
+    return Usage(*chosen.front(), parents.empty() ? app.get_name() : parents + " " + app.get_name());
 }
 
 int ReportUsage(const CLI::App& app, const char* text) {
-    std::cerr << "kivctl: " << text << "\n\n" << AskedFor(app).help();
+    std::cerr << "kivctl: " << text << "\n\n" << Usage(app);
     return kExitUsage;
 }
 
@@ -26,7 +28,7 @@ int Run(CLI::App& app, int argc, char** argv) {
         app.parse(argc, argv);
         return g_exitCode;
     } catch (const CLI::CallForHelp&) {
-        std::cout << AskedFor(app).help();
+        std::cout << Usage(app);
         return kExitDone;
     } catch (const CLI::CallForAllHelp&) {
         std::cout << app.help("", CLI::AppFormatMode::All);

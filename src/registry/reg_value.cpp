@@ -106,8 +106,7 @@ bool CKivRegValue::remove() noexcept {
 }
 
 void CKivRegValue::Write(unsigned long type, const void* data, size_t size) noexcept {
-    Keep(::RegSetValueExA(m_key->m_handle, m_name, 0, type, static_cast<const BYTE*>(data),
-                          static_cast<DWORD>(size)));
+    Keep(::RegSetValueExA(m_key->m_handle, m_name, 0, type, static_cast<const BYTE*>(data), static_cast<DWORD>(size)));
 }
 
 CKivRegValue& CKivRegValue::operator=(const char* text) noexcept {
