@@ -31,6 +31,10 @@ std::string ErrorText(unsigned long win32Error);
 // A text of the library, which is in the system code page, as JSON needs it.
 std::string Utf8(const std::string& text);
 
+// The full path of a file. The library takes some bare names for files elsewhere; whoever types one means the current
+// folder.
+std::string FullPath(const std::string& file);
+
 // What a callback leaves behind when it is not 0: the answer "no" of a question.
 void SetExitCode(int code);
 

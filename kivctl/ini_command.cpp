@@ -26,15 +26,6 @@ struct Options {
 
 using SharedOptions = std::shared_ptr<Options>;
 
-// The system looks for a bare name in the Windows folder; whoever types one means the current folder.
-std::string FullPath(const std::string& file) {
-    char path[MAX_PATH];
-    const DWORD length = ::GetFullPathNameA(file.c_str(), sizeof path, path, nullptr);
-    if (length == 0 || length >= sizeof path)
-        throw Failure("'" + file + "' is no path that can be used");
-    return path;
-}
-
 CIniKey Entry(const Options& options) {
     return CIniKey(FullPath(options.file).c_str(), options.section.c_str(), options.key.c_str());
 }

@@ -64,6 +64,14 @@ std::string Utf8(const std::string& text) {
     return kiv::Utf8FromWide(kiv::WideFromAnsi(text));
 }
 
+std::string FullPath(const std::string& file) {
+    char path[MAX_PATH];
+    const DWORD length = ::GetFullPathNameA(file.c_str(), sizeof path, path, nullptr);
+    if (length == 0 || length >= sizeof path)
+        throw Failure("'" + file + "' is no path that can be used");
+    return path;
+}
+
 void SetExitCode(int code) {
     g_exitCode = code;
 }
