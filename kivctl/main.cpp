@@ -84,10 +84,12 @@ int main(int argc, char** argv) {
     kivctl::AddAclCommand(app);
     kivctl::AddArgsCommand(app);
     kivctl::AddConfigCommand(app);
+    kivctl::AddCrcCommand(app);
     kivctl::AddFileCommand(app);
     kivctl::AddIniCommand(app);
     kivctl::AddPrivilegeCommand(app);
     kivctl::AddRegCommand(app);
+    kivctl::AddRegexpCommand(app);
     kivctl::AddRightCommand(app);
     kivctl::AddSdCommand(app);
     kivctl::AddServerCommand(app);
