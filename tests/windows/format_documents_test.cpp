@@ -1,0 +1,112 @@
+// Executes the examples of the pages about formats.
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "support/check.h"
+#include "support/document_page.h"
+#include "support/run_program.h"
+#include "support/temp_directory.h"
+#include "tavkivut/crc32.h"
+#include "tavkivut/reg_exp.h"
+
+namespace {
+
+using kiv::test::BuiltProgram;
+using kiv::test::DocumentPage;
+using kiv::test::RunProgram;
+using kiv::test::TempDirectory;
+
+std::string Replaced(CRegExp& compiled, const std::string& replacement) {
+    std::vector<char> text(compiled.GetReplaceString(replacement.c_str(), nullptr, 0) + 1);
+    compiled.GetReplaceString(replacement.c_str(), text.data(), static_cast<unsigned>(text.size()));
+    return text.data();
+}
+
+std::string Hex(unsigned long crc) {
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%08lx", crc);
+    return text;
+}
+
+}  // namespace
+
+TEST_CASE("regular expressions find what their page says") {
+    const DocumentPage page("regular-expressions.md");
+    for (const DocumentPage::Row& row : page.Table({"Pattern", "Text", "Offset"})) {
+        CAPTURE(row[0]);
+        CRegExp compiled;
+        REQUIRE(compiled.RegComp(row[0].c_str()) != nullptr);
+        CHECK(std::to_string(compiled.RegFind(row[1].c_str())) == row[2]);
+        CHECK(Replaced(compiled, "[&][\\1][\\2]") == row[3]);
+    }
+    for (const DocumentPage::Row& row : page.Table({"Wrong pattern"})) {
+        CAPTURE(row[0]);
+        CRegExp compiled;
+        CHECK(compiled.RegComp(row[0].c_str()) == nullptr);
+    }
+    for (const DocumentPage::Row& row : page.Table({"Pattern", "Text", "Replacement"})) {
+        CAPTURE(row[2]);
+        CRegExp compiled;
+        REQUIRE(compiled.RegComp(row[0].c_str()) != nullptr);
+        REQUIRE(compiled.RegFind(row[1].c_str()) >= 0);
+        CHECK(Replaced(compiled, row[2]) == row[3]);
+    }
+}
+
+TEST_CASE("kivctl regexp and the example program do what the page says") {
+    const DocumentPage page("regular-expressions.md");
+    CHECK(RunProgram(BuiltProgram("tests\\regular_expressions_example.exe")).output == page.BlockBehind("prints"));
+    const TempDirectory folder;
+    const std::string file = folder.Write("settings.txt", page.BlockBehind("With `settings.txt` as"));
+    kiv::test::RunKivctlExamples(page.BlockBehind("`kivctl` answers"), folder.Path());
+    CHECK(kiv::test::ReadFileBytes(file) == "Host=far\nProduct=Office\nHost=near\n");
+}
+
+TEST_CASE("checksums and signatures are what their page says") {
+    const DocumentPage page("signatures.md");
+    for (const DocumentPage::Row& row : page.Table({"Text", "CRC-32"})) {
+        unsigned long crc = 0;
+        CKivCrc32::FromString(row[0].c_str(), crc);
+        CHECK(Hex(crc) == row[1]);
+    }
+    const TempDirectory folder;
+    const std::string file = folder.Write("app.cfg", "123456789");
+    kiv::test::RunKivctlExamples(page.BlockBehind("With `app.cfg` holding"), folder.Path());
+    folder.Write("app.cfg", "12345678");
+    const auto example = RunProgram(BuiltProgram("tests\\signatures_example.exe") + " " + file);
+    CHECK(example.output == "0x9ae0daaf\n");
+    CHECK(example.exitCode == 0);
+    const std::string verify = BuiltProgram("bin\\kivctl.exe") + " crc verify " + file;
+    CHECK(RunProgram(verify).exitCode == 0);
+    folder.Write("app.cfg", "changed");
+    CHECK(RunProgram(verify).exitCode == 1);
+}
+
+TEST_CASE("kivctl regexp takes files line by line and leaves the rest alone") {
+    const TempDirectory folder;
+    const std::string mixed = "a1b22\r\n\r\n^3\nlast\rx44";
+    const std::string file = folder.Write("mixed.txt", mixed);
+    const auto kivctl = [](const std::string& arguments) {
+        return RunProgram(BuiltProgram("bin\\kivctl.exe") + " regexp " + arguments);
+    };
+    const auto afterReplacing = [&](const std::string& arguments) {
+        kiv::test::WriteFileBytes(file, mixed);
+        CHECK(kivctl("replace " + arguments + " " + file).exitCode == 0);
+        return kiv::test::ReadFileBytes(file);
+    };
+    CHECK(afterReplacing("[0-9]+ <&>") == "a<1>b<22>\r\n\r\n^<3>\nlast\rx<44>");
+    CHECK(afterReplacing("x* -") == "-a-1-b-2-2-\r\n-\r\n-^-3-\n-l-a-s-t-\r-4-4-");
+    CHECK(afterReplacing("$ .") == "a1b22.\r\n.\r\n^3.\nlast.\rx44.");
+    CHECK(afterReplacing("\"^.\" \"\"") == "1b22\r\n\r\n3\nast\r44");
+    CHECK(afterReplacing("[^^a-z] .") == "a.b..\r\n\r\n^.\nlast\rx..");
+    CHECK(kivctl("find y " + file).exitCode == 1);
+    CHECK(kivctl("match \"(\" x").exitCode == 2);
+    CHECK(kivctl("match y x").exitCode == 1);
+    CHECK(kivctl("match --json \"(a|b)+\" xab").output ==
+          "{\"offset\":1,\"length\":2,\"text\":\"ab\",\"groups\":[\"b\",\"\",\"\",\"\",\"\",\"\",\"\",\"\",\"\"]}\n");
+    const std::string wide = folder.Write("wide.txt", std::string("a\0b\0", 4));
+    CHECK(kivctl("replace b c " + wide).exitCode == 1);
+    CHECK(kiv::test::ReadFileBytes(wide).size() == 4);
+}
