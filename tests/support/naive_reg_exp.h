@@ -156,15 +156,15 @@ private:
         const Piece content = Alternatives();
         Require(Take() == ')');
         return {[group, inner = content.match](Attempt& attempt, std::size_t at, const Rest& rest) {
-                    auto& [from, to] = attempt.groups[group];
+                    auto& positions = attempt.groups[group];
                     const bool found = inner(attempt, at, [&](std::size_t behind) {
                         const bool all = rest(behind);
-                        if (all && !to)
-                            to = behind;
+                        if (all && !positions.second)
+                            positions.second = behind;
                         return all;
                     });
-                    if (found && !from)
-                        from = at;
+                    if (found && !positions.first)
+                        positions.first = at;
                     return found;
                 },
                 content.canBeEmpty};
