@@ -83,7 +83,7 @@ public:
         iteratorKeys(const iteratorKeys& other) noexcept = default;
         iteratorKeys& operator=(const iteratorKeys& other) noexcept = default;
 
-        CKivRegKey operator*() noexcept;  // opens the subkey
+        CKivRegKey operator*() noexcept;  // opens the subkey; the end stands for the key itself
         iteratorKeys& operator++() noexcept;
         iteratorKeys operator++(int) noexcept;
 
@@ -189,8 +189,8 @@ public:
     bool erase(iteratorKeys& first, iterator& last) noexcept;
 
     // Deletes this key with everything below it; the object ends closed, the last error is that of the deletion.
-    // False, with nothing touched, for a closed key and for a root. A key that is a registry link is deleted as a
-    // link. The key itself is always removed through its parent on the local machine, also when it is bound to
+    // False, with nothing touched, for a key without a path and for a root. A key that is a registry link is deleted as
+    // a link. The key itself is always removed through its parent on the local machine, also when it is bound to
     // another one: there only the contents go.
     bool remove() noexcept;
 

@@ -94,7 +94,7 @@ Level OpenLevel(HKEY parent, const ElementName& name, REGSAM access) {
         return level;
     level.key.Reset(opened);
     const ValueErasure values = EraseAllValues(opened, true);
-    level.plain = values.complete && !values.link;
+    level.plain = values.complete ? !values.link : IsPlainKey(opened);
     return level;
 }
 
@@ -142,9 +142,10 @@ LONG EraseSubkey(HKEY parent, const char* name, REGSAM access) noexcept {
     return DeleteEmptyKey(parent, name, level.plain, access & kViewBits);
 }
 
-bool IsLink(HKEY key) noexcept {
+bool IsPlainKey(HKEY key) noexcept {
     DWORD type = REG_NONE;
-    return ::RegQueryValueExA(key, kLinkValue, nullptr, &type, nullptr, nullptr) == ERROR_SUCCESS && type == REG_LINK;
+    const LONG status = ::RegQueryValueExA(key, kLinkValue, nullptr, &type, nullptr, nullptr);
+    return status == ERROR_FILE_NOT_FOUND || (status == ERROR_SUCCESS && type != REG_LINK);
 }
 
 }  // namespace kiv

@@ -17,8 +17,8 @@ LONG EraseValues(HKEY key) noexcept;
 LONG EraseSubkeys(HKEY key, REGSAM access) noexcept;
 LONG EraseSubkey(HKEY parent, const char* name, REGSAM access) noexcept;
 
-// Whether a key that was opened with REG_OPTION_OPEN_LINK is a registry link.
-bool IsLink(HKEY key) noexcept;
+// Whether a key that was opened with REG_OPTION_OPEN_LINK is surely no registry link.
+bool IsPlainKey(HKEY key) noexcept;
 
 }  // namespace kiv
 

@@ -12,9 +12,26 @@
 #include "support/heap_text.h"
 #include "support/scoped_resource.h"
 #include "tavkivut/registry.h"
+#include "tavkivut/system.h"
 
 using kiv::ElementKind;
 using kiv::IsAnsiLeadByte;
+
+namespace {
+
+// Whether what the path names is surely no registry link. A handle that was opened by the path has followed a link:
+// what it shows belongs to another key then.
+bool IsPlainPath(const char* machine, const char* path, REGSAM view) {
+    if (CKivSystem::IsNT() != 0)
+        return true;
+    HKEY opened;
+    if (kiv::OpenKeyPath(machine, path, REG_OPTION_OPEN_LINK, KEY_QUERY_VALUE | view, opened) != ERROR_SUCCESS)
+        return false;
+    const kiv::ScopedRegistryKey key(opened);
+    return kiv::IsPlainKey(key.Get());
+}
+
+}  // namespace
 
 bool CKivRegKey::erase(iteratorValues& it) noexcept {
     if (it.m_name == nullptr)
@@ -65,21 +82,15 @@ bool CKivRegKey::remove() noexcept {
     if (parsed.root == 0 || parsed.subkey.empty())
         return Keep(parsed.root == 0 ? ERROR_INVALID_HANDLE : ERROR_ACCESS_DENIED);
 
-    // The object's own handle has followed a link: what it shows is then not to be touched.
-    HKEY opened;
-    const REGSAM view = m_permissions & kiv::kViewBits;
-    kiv::ScopedRegistryKey itself;
-    if (kiv::OpenKeyPath(m_wksta, path.c_str(), REG_OPTION_OPEN_LINK, KEY_QUERY_VALUE | view, opened) == ERROR_SUCCESS)
-        itself.Reset(opened);
-    if (m_handle != nullptr && itself && !kiv::IsLink(itself.Get())) {
+    if (m_handle != nullptr && IsPlainPath(m_wksta, path.c_str(), m_permissions & kiv::kViewBits)) {
         kiv::EraseValues(m_handle);
         kiv::EraseSubkeys(m_handle, m_permissions);
     }
-    itself.Reset();
     close();
 
     // The parent is opened on this machine whatever machine the key is on. Callers count on it.
     const std::string parentPath(kiv::ParentKeyPath(path, IsAnsiLeadByte));
+    HKEY opened;
     if (!Keep(kiv::OpenKeyPath(nullptr, parentPath.c_str(), 0, m_permissions, opened)))
         return true;
     const kiv::ScopedRegistryKey parent(opened);

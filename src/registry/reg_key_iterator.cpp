@@ -132,8 +132,10 @@ CKivRegKey::iteratorKeys::iteratorKeys(const char* wksta, const char* key, const
 
 CKivRegKey::iteratorKeys::iteratorKeys(const iterator& other) noexcept : iterator(other) {}
 
+// A name that begins with a NUL shows as "" and would open the walked key itself: whoever goes down would never end.
 CKivRegKey CKivRegKey::iteratorKeys::operator*() noexcept {
-    return CKivRegKey(m_wksta, m_key, m_name, m_permissions);
+    const bool hidden = m_name != nullptr && *m_name == '\0';
+    return CKivRegKey(m_wksta, hidden ? nullptr : m_key, m_name, m_permissions);
 }
 
 CKivRegKey::iteratorKeys& CKivRegKey::iteratorKeys::operator++() noexcept {

@@ -18,7 +18,8 @@ bool DeleteTree(HKEY parent, const wchar_t* name) {
     wchar_t child[256];
     DWORD length = 256;
     for (DWORD left = 0; ::RegEnumKeyExW(key, left, child, &length, nullptr, nullptr, nullptr, nullptr) == 0;) {
-        if (!DeleteTree(key, child))
+        // A name that begins with a NUL would open the key itself.
+        if (child[0] == L'\0' || !DeleteTree(key, child))
             ++left;
         length = 256;
     }

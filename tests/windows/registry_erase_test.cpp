@@ -1,9 +1,12 @@
-#include "support/check.h"
+#include "support/windows_api.h"
+
+#include <winternl.h>
 
 #include <string>
 #include <vector>
 
 #include "registry/registry_api.h"
+#include "support/check.h"
 #include "support/redirected_key.h"
 #include "support/registry_data.h"
 #include "support/resource_count.h"
@@ -44,6 +47,8 @@ bool EraseAllValues(CKivRegKey& key) {
     CHECK(first == last);
     return done;
 }
+
+using NtCreateKeyCall = LONG(WINAPI*)(HANDLE*, ACCESS_MASK, OBJECT_ATTRIBUTES*, ULONG, UNICODE_STRING*, ULONG, ULONG*);
 
 int g_viewDeletions;
 
@@ -150,6 +155,26 @@ TEST_CASE("names that the code page shows alike do not hold up an erasure") {
     }
     CHECK(SubkeyNames(opened.key) == Names{"?", "?"});  // which no 8-bit name reaches
     CHECK(ValueNames(opened.key) == Names{"?", "?"});
+}
+
+TEST_CASE("a subkey whose name begins with a NUL is not taken for its parent") {
+    Opened opened;
+    const auto create = reinterpret_cast<NtCreateKeyCall>(
+        reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleA("ntdll.dll"), "NtCreateKey")));
+    wchar_t hidden[] = {L'\0', L'x'};
+    UNICODE_STRING name{sizeof hidden, sizeof hidden, hidden};
+    OBJECT_ATTRIBUTES attributes{sizeof attributes, opened.key, &name, OBJ_CASE_INSENSITIVE, nullptr, nullptr};
+    HANDLE created = nullptr;
+    REQUIRE(create(&created, KEY_ALL_ACCESS, &attributes, 0, nullptr, 0, nullptr) == 0);
+    const kiv::ScopedRegistryKey subkey(static_cast<HKEY>(created));
+    SetText(opened.key, "kept", "");
+    CreateSubkey(opened.key, "z");
+    CHECK(EraseAllKeys(opened.key));
+    CHECK(opened.key.getLastError() == ERROR_INVALID_NAME);
+    CHECK(SubkeyNames(opened.key) == Names{""});
+    CHECK(ValueNames(opened.key) == Names{"kept"});
+    CHECK(*opened.key.beginKeys() == nullptr);
+    kiv::Registry().ntDeleteKey(subkey.Get());
 }
 
 TEST_CASE("a registry link is deleted as a link") {
