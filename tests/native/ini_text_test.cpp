@@ -1,7 +1,6 @@
 #include "registry/ini_text.h"
 
 #include <string>
-#include <vector>
 
 #include "registry/number_rule.h"
 #include "support/check.h"
@@ -10,53 +9,54 @@ using namespace std::string_view_literals;
 
 namespace {
 
-std::vector<std::string> Items(std::string_view list) {
-    std::vector<std::string> items;
-    kiv::TextList walk(list);
-    for (std::string_view item; walk.Next(item);)
-        items.emplace_back(item);
-    return items;
-}
-
-// "name|value", or "none".
-std::string Split(std::string_view line) {
-    kiv::IniEntry entry;
-    return kiv::SplitEntry(line, entry) ? std::string(entry.name) + "|" + std::string(entry.value) : "none";
-}
-
-// "[section]" and its entries, each followed by "|"; only ASCII is shown.
-std::string Parsed(std::u16string_view text) {
+// The items of a list, each with "name|value," or "item,".
+std::string Shown(std::string_view list) {
     std::string shown;
-    for (const kiv::IniSection& section : kiv::ParseIniText(text)) {
-        shown += "[" + std::string(section.name.begin(), section.name.end()) + "]";
-        for (const char16_t c : section.entries)
-            shown += c == u'\0' ? '|' : static_cast<char>(c);
-    }
+    kiv::TextList walk(list);
+    kiv::IniEntry entry;
+    for (std::string_view item; walk.Next(item); shown += ',')
+        shown +=
+            kiv::SplitEntry(item, entry) ? std::string(entry.name) + "|" + std::string(entry.value) : std::string(item);
     return shown;
 }
 
-using Texts = std::vector<std::string>;
+// "[section]" and its entries; only ASCII is shown.
+std::string Parsed(std::u16string_view text) {
+    std::string shown;
+    for (const kiv::IniSection& section : kiv::ParseIniText(text))
+        shown += "[" + std::string(section.name.begin(), section.name.end()) + "]" +
+                 Shown(std::string(section.entries.begin(), section.entries.end()));
+    return shown;
+}
 
 }  // namespace
 
-TEST_CASE("settings that look like numbers are numbers") {
+TEST_CASE("settings that look like numbers are numbers, all others stay text") {
     const struct {
         std::string_view text;
         std::uint32_t number;
     } rows[] = {
-        {"0", 0},
         {"10", 10},
         {"007", 7},
         {"0100", 100},
         {"0x1F", 31},
         {"0XfF", 255},
         {"0x0000000000000000001", 1},
-        {"2147483648", 0x80000000},
-        {"4294967294", 0xFFFFFFFE},
         {"4294967297", 1},
-        {"99999999999999999999", 1661992959},
         {"0x100000000", 0},
+        {"99999999999999999999", 1661992959},
+        {"2147483648", 1U << 31},
         {"0x1FFFFFFFE", 0xFFFFFFFE},
+        {"", kiv::kNotANumber},
+        {"0x", kiv::kNotANumber},
+        {"-1", kiv::kNotANumber},
+        {" 1", kiv::kNotANumber},
+        {"1.0", kiv::kNotANumber},
+        {"0x1G", kiv::kNotANumber},
+        {"1\0"sv, kiv::kNotANumber},
+        {"00x1", kiv::kNotANumber},
+        {"4294967295", kiv::kNotANumber},
+        {"0x1ffffffff", kiv::kNotANumber},
     };
     for (const auto& row : rows) {
         CAPTURE(row.text);
@@ -64,30 +64,10 @@ TEST_CASE("settings that look like numbers are numbers") {
     }
 }
 
-TEST_CASE("settings that are no numbers, or stand for all ones, stay text") {
-    for (const std::string_view text : {""sv, "0x"sv, "x1"sv, "-1"sv, "+1"sv, " 1"sv, "1 "sv, "1.0"sv, "0x1G"sv,
-                                        "00x1"sv, "1\0"sv, "4294967295"sv, "0xFFFFFFFF"sv, "0x1ffffffff"sv}) {
-        CAPTURE(text);
-        CHECK(kiv::NumberOfSetting(text) == kiv::kNotANumber);
-    }
-}
-
-TEST_CASE("lists end where their bytes do") {
-    CHECK(Items("a\0bc\0"sv) == Texts{"a", "bc"});
-    CHECK(Items("a\0\0b"sv) == Texts{"a", "b"});
-    CHECK(Items("\0\0"sv).empty());
-    CHECK(Items("").empty());
-}
-
-TEST_CASE("entries split at the first equals sign") {
-    CHECK(Split("a=b=c") == "a|b=c");
-    CHECK(Split("a=") == "a|");
-    CHECK(Split("=b") == "|b");
-    CHECK(Split("a") == "none");
-    CHECK(Split("") == "none");
-}
-
-TEST_CASE("line breaks are found") {
+TEST_CASE("lists end where their bytes do, entries split at the first equals sign") {
+    CHECK(Shown("a=b=c\0d=\0=e\0f\0"sv) == "a|b=c,d|,|e,f,");
+    CHECK(Shown("a\0\0b"sv) == "a,b,");
+    CHECK(Shown("\0\0"sv).empty());
     CHECK(kiv::HasLineBreak("a\rb"));
     CHECK(kiv::HasLineBreak("\n"));
     CHECK_FALSE(kiv::HasLineBreak("a\tb"));
@@ -95,11 +75,9 @@ TEST_CASE("line breaks are found") {
 
 TEST_CASE("an INI text gives its sections and their entries") {
     CHECK(Parsed(u"x=0\r\n[ S ]\r\n a = 1 2 \r\n;c=3\r\n\r\nplain\r\nb==\r\n[T] ; comment\nd=[x]\n") ==
-          "[S]a=1 2|plain|b==|[T]d=[x]|");
-    CHECK(Parsed(u"[S]\na=1\n[s]\na=2\n[S]") == "[S]a=1|[s]a=2|[S]");
-    CHECK(Parsed(u"[a]b] x\nc=1\x1A") == "[a]b]c=1|");
-    CHECK(Parsed(u"[]\na=1\n[open\nb=2") == "[]a=1|[open|b=2|");
-    CHECK(Parsed(u"[S]\na=1\0junk\n\0b=2"sv) == "[S]a=1|");
-    CHECK(Parsed(u"").empty());
+          "[S]a|1 2,plain,b|=,[T]d|[x],");
+    CHECK(Parsed(u"[S]\na=1\n[s]\na=2\n[S]\n[a]b] x\nc=1\x1A") == "[S]a|1,[s]a|2,[S][a]b]c|1,");
+    CHECK(Parsed(u"[]\na=1\n[open\nb=2") == "[]a|1,[open,b|2,");
+    CHECK(Parsed(u"[S]\na=1\0junk\n\0b=2"sv) == "[S]a|1,");
     CHECK(Parsed(u"a=1").empty());
 }

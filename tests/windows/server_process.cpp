@@ -34,14 +34,14 @@ ServerProcess::ServerProcess(const std::string& program)
     : m_program(program + (ThisRelease().empty() ? "" : "_" + ThisRelease()) + ".exe") {
     CopyComputerName(m_machine.Handle());
     REQUIRE(::CreateDirectoryA((*this / "bin").c_str(), nullptr));
-    REQUIRE(::CopyFileA((program + ".exe").c_str(), (*this / "bin\\" + m_program).c_str(), TRUE));
+    REQUIRE(::CopyFileA((program + ".exe").c_str(), Program().c_str(), TRUE));
     for (const char* file : {"tavkivut.dll", "tavkivlg.dll"})
         REQUIRE(::CopyFileA(file, (*this / "bin\\" + file).c_str(), TRUE));
 }
 
 ServerProcess::Lines ServerProcess::Run(const std::string& operations) const {
     ::SetEnvironmentVariableA("KIV_LOCAL_MACHINE", m_machine.Path().c_str() + sizeof "HKCU");
-    const ProgramResult result = RunProgram("\"" + (*this / "bin\\" + m_program) + "\" " + operations);
+    const ProgramResult result = RunProgram("\"" + Program() + "\" " + operations);
     CAPTURE(operations);
     CHECK(result.exitCode == 0);
     return SplitLines(result.output);
@@ -93,6 +93,14 @@ void MakeServerFolder(const std::string& path, std::string_view config) {
     ::CreateDirectoryA(path.c_str(), nullptr);
     ::CreateDirectoryA((path + "\\setup").c_str(), nullptr);
     WriteFileBytes(path + "\\setup\\TavSetup.cfg", config);
+}
+
+void WriteFileAt(const std::string& path, int seconds, std::string_view bytes) {
+    WriteFileBytes(path, bytes);
+    const ScopedFile file(::CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    const long long ticks = 127000000000000000LL + seconds * 10000000LL;
+    const FILETIME time = {static_cast<DWORD>(ticks & 0xFFFFFFFF), static_cast<DWORD>(ticks >> 32)};
+    REQUIRE(::SetFileTime(file.Get(), nullptr, nullptr, &time));
 }
 
 }  // namespace kiv::test

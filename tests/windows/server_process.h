@@ -34,7 +34,7 @@ public:
     void WriteText(const std::string& key, const char* name, const char* text) const;
     void WriteNumber(const std::string& key, const char* name, unsigned long number) const;
     std::string ReadText(const std::string& key, const char* name) const;  // "(none)" when it is missing
-    HKEY Machine() const { return m_machine.Handle(); }
+    std::string Program() const { return m_directory / ("bin\\" + m_program); }
 
 private:
     std::string m_program;  // its file name in "bin"
@@ -44,6 +44,9 @@ private:
 
 // Makes a server's setup folder with that configuration file in an existing place.
 void MakeServerFolder(const std::string& path, std::string_view config);
+
+// Makes a file that was written so many seconds after a fixed moment.
+void WriteFileAt(const std::string& path, int seconds, std::string_view bytes);
 
 }  // namespace kiv::test
 
