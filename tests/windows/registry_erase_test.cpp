@@ -163,7 +163,8 @@ TEST_CASE("a subkey whose name begins with a NUL is not taken for its parent") {
         reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleA("ntdll.dll"), "NtCreateKey")));
     wchar_t hidden[] = {L'\0', L'x'};
     UNICODE_STRING name{sizeof hidden, sizeof hidden, hidden};
-    OBJECT_ATTRIBUTES attributes{sizeof attributes, opened.key, &name, OBJ_CASE_INSENSITIVE, nullptr, nullptr};
+    OBJECT_ATTRIBUTES attributes;
+    InitializeObjectAttributes(&attributes, &name, OBJ_CASE_INSENSITIVE, opened.key, nullptr);
     HANDLE created = nullptr;
     REQUIRE(create(&created, KEY_ALL_ACCESS, &attributes, 0, nullptr, 0, nullptr) == 0);
     const kiv::ScopedRegistryKey subkey(static_cast<HKEY>(created));
