@@ -68,7 +68,9 @@ CKivAce& CKivAce::operator=(void* const ace) noexcept {
 }
 
 CKivAce& CKivAce::operator=(const CKivAce& other) noexcept {
-    return *this = other.m_ace;
+    if (this != &other)
+        *this = other.m_ace;
+    return *this;
 }
 
 bool CKivAce::operator==(void* const ace) const noexcept {

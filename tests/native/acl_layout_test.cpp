@@ -48,10 +48,13 @@ List ListOf(std::string_view letters, std::size_t size = 0) {
 }
 
 std::uint32_t AddTo(List& list, const AceBytes& ace) {
-    const kiv::AclAddition plan = kiv::PlanAddition(list.data(), {ace.data()});
+    const bool isNew = list.empty();
+    const kiv::AclAddition plan = isNew ? kiv::PlanNewAcl({ace.data()}) : kiv::PlanAddition(list.data(), {ace.data()});
     if (plan.error != kiv::kAclDone)
         return plan.error;
     list.resize(plan.size);
+    if (isNew)
+        kiv::WriteEmptyAcl(list.data(), plan.size, kiv::kAclRevision);
     kiv::AddAce(list.data(), {ace.data()}, plan);
     return kiv::kAclDone;
 }
@@ -59,30 +62,29 @@ std::uint32_t AddTo(List& list, const AceBytes& ace) {
 }  // namespace
 
 TEST_CASE("an entry is sound when its size fits what it holds") {
-    const AceBytes sound = MakeAce(0, 3, 0x1F01FF, 7, 2);
-    const auto with = [&](std::size_t at, std::uint8_t byte) {
-        AceBytes ace = sound;
-        ace[at] = byte;
-        return kiv::IsSoundAce(ace.data(), ace.size());
+    const struct {
+        std::size_t at;
+        std::uint8_t byte;
+        bool sound;
+    } rows[] = {
+        {0, 3, true},   {9, 1, true},  // slack behind the SID
+        {2, 29, false}, {2, 24, false},
+        {2, 8, false},  {2, 4, false},  // no multiple of 4, less than SID, any SID, mask
+        {3, 1, false},  {8, 2, false},
+        {9, 4, false},  {9, 255, false},  // more than there is; revision; sub-authorities
     };
-    CHECK(kiv::IsSoundAce(sound.data(), sound.size()));
+    const AceBytes sound = MakeAce(0, 3, 0x1F01FF, 7, 2);
     CHECK_FALSE(kiv::IsSoundAce(sound.data(), sound.size() - 1));
-    CHECK_FALSE(with(2, 29));  // no multiple of 4
-    CHECK_FALSE(with(2, 24));  // shorter than its SID
-    CHECK_FALSE(with(2, 8));   // without any SID
-    CHECK_FALSE(with(2, 4));   // without a mask
-    CHECK_FALSE(with(2, 0));
-    CHECK_FALSE(with(3, 1));  // longer than its memory
-    CHECK_FALSE(with(8, 2));  // revision of the SID
-    CHECK_FALSE(with(9, 4));  // one sub-authority too many
-    CHECK_FALSE(with(9, 255));
-    CHECK(with(9, 1));  // slack behind the SID
-    CHECK(with(0, 3));
+    for (const auto& row : rows) {
+        CAPTURE(row.at);
+        AceBytes ace = sound;
+        ace[row.at] = row.byte;
+        CHECK(kiv::IsSoundAce(ace.data(), ace.size()) == row.sound);
+    }
     AceBytes object = sound;
     object[0] = 5;
     object[8] = 77;  // not a SID in this type
     CHECK(kiv::IsSoundAce(object.data(), object.size()));
-    CHECK(kiv::AceView{object.data()}.Sid() == nullptr);
 }
 
 TEST_CASE("a walk never leaves its list") {
@@ -93,13 +95,10 @@ TEST_CASE("a walk never leaves its list") {
         const char* entries;
         bool sound;
     } rows[] = {
-        {"as it is", 0, 2, "aBc", true},
         {"revision 4", 0, 4, "aBc", true},
         {"unknown revision", 0, 5, "aBc", false},
-        {"revision 1", 0, 1, "aBc", false},
         {"counts less than there is", 4, 2, "aB", true},
         {"counts more than there is", 4, 4, "aBc", false},
-        {"counts thousands", 5, 0xFF, "aBc", false},
         {"ends within an entry", 2, 60, "aB", false},
         {"ends within its header", 2, 7, "", false},
         {"the second entry's size is 0", 8 + 24 + 2, 0, "a", false},
@@ -142,22 +141,6 @@ TEST_CASE("denied entries go to the front, and growth reverses those already the
     }
 }
 
-TEST_CASE("a copy follows the rule for adding and keeps the size") {
-    const struct {
-        const char* list;
-        const char* copy;
-    } rows[] = {{"ABC", "CBA"}, {"aBc", "Bac"}, {"", ""}, {"aAbBcC", "CBAabc"}};
-    for (const auto& row : rows) {
-        const List list = ListOf(row.list, 500);
-        kiv::AclBuilder builder(kiv::AclSize(list.data()));
-        REQUIRE(kiv::CopyEntries(list.data(), builder) == kiv::kAclDone);
-        List copy(builder.Size());
-        builder.Write(copy.data());
-        CHECK(Letters(copy) == row.copy);
-        CHECK(copy.size() == 500);
-    }
-}
-
 TEST_CASE("adding one by one, building at once and the rule step by step agree") {
     std::mt19937 random(4711);
     for (int round = 0; round < 300; ++round) {
@@ -170,17 +153,7 @@ TEST_CASE("adding one by one, building at once and the rule step by step agree")
                                          random(), static_cast<std::uint8_t>(i), random() % 4);
             const std::uint32_t expected = naive.Add(ace);
             REQUIRE(builder.Add({ace.data()}) == expected);
-            if (list.empty()) {
-                const kiv::AclAddition plan = kiv::PlanNewAcl({ace.data()});
-                REQUIRE(plan.error == expected);
-                if (plan.error != kiv::kAclDone)
-                    continue;
-                list.resize(plan.size);
-                kiv::WriteEmptyAcl(list.data(), plan.size, kiv::kAclRevision);
-                kiv::AddAce(list.data(), {ace.data()}, plan);
-            } else {
-                REQUIRE(AddTo(list, ace) == expected);
-            }
+            REQUIRE(AddTo(list, ace) == expected);
         }
         List built(builder.Size());
         if (builder.HasList())
@@ -194,32 +167,23 @@ TEST_CASE("what a list does not take leaves it as it was") {
     List list = ListOf("AB");
     const List before = list;
     CHECK(AddTo(list, MakeAce(4, 0, 1, 1)) == kiv::kAclWrongType);
-    CHECK(AddTo(list, MakeAce(9, 0, 1, 1)) == kiv::kAclWrongType);
     CHECK(list == before);
 
-    SUBCASE("a list of a higher revision takes more types") {
-        list[0] = 3;
-        CHECK(AddTo(list, MakeAce(5, 0, 1, 1)) == kiv::kAclWrongType);
-        CHECK(AddTo(list, MakeAce(4, 0, 1, 1)) == kiv::kAclDone);
-        list[0] = 4;
-        CHECK(AddTo(list, MakeAce(5, 0, 1, 1)) == kiv::kAclDone);
-    }
-    SUBCASE("a list that lies about its entries is not touched") {
-        list[4] = 3;
-        const List lying = list;
-        CHECK(AddTo(list, AceOf('c')) == kiv::kAclBadArgument);
-        CHECK(kiv::DeleteAce(list.data(), 0) == kiv::kAclBadArgument);
-        List block(list.size());
-        CHECK_FALSE(kiv::CopyInPreferredOrder(list.data(), block.data()));
-        CHECK(list == lying);
-    }
+    list[4] = 3;  // one entry more than there is
+    const List lying = list;
+    CHECK(AddTo(list, AceOf('c')) == kiv::kAclBadArgument);
+    CHECK(kiv::DeleteAce(list.data(), 0) == kiv::kAclBadArgument);
+    CHECK(list == lying);
+    list[4] = 2;
+    list[0] = 4;  // the revision with all types
+    CHECK(AddTo(list, MakeAce(5, 0, 1, 1)) == kiv::kAclDone);
 }
 
 TEST_CASE("a list takes entries up to the limit of its size field") {
     kiv::AclBuilder builder;
     const AceBytes large = MakeAce(0, 0, 1, 1, 12);
     const AceBytes small = MakeAce(1, 0, 1, 2);
-    List list = ListOf("");
+    List list;
     std::uint32_t error = kiv::kAclDone;
     while (error == kiv::kAclDone) {
         error = builder.Add({large.data()});
@@ -242,7 +206,8 @@ TEST_CASE("a list takes entries up to the limit of its size field") {
     kiv::WriteAce(huge.data(), 0, 0, 1, small.data() + kiv::kAceSidOffset, 12);
     huge[2] = 0xFC;
     huge[3] = 0xFF;
-    CHECK(kiv::PlanNewAcl({huge.data()}).error == kiv::kAclFull);
+    List none;
+    CHECK(AddTo(none, huge) == kiv::kAclFull);
     CHECK(kiv::AclBuilder().Add({huge.data()}) == kiv::kAclFull);
 }
 
@@ -252,44 +217,6 @@ TEST_CASE("deleting closes the gap and keeps the size") {
     CHECK(kiv::DeleteAce(list.data(), 1) == kiv::kAclDone);
     CHECK(Letters(list) == "acD");
     CHECK(kiv::DeleteAce(list.data(), 2) == kiv::kAclDone);
-    CHECK(kiv::DeleteAce(list.data(), 0) == kiv::kAclDone);
-    CHECK(kiv::DeleteAce(list.data(), 0) == kiv::kAclDone);
-    CHECK(Letters(list).empty());
+    CHECK(Letters(list) == "ac");
     CHECK(kiv::AclSize(list.data()) == 300);
-    CHECK(kiv::DeleteAce(list.data(), 0) == kiv::kAclBadArgument);
-}
-
-TEST_CASE("the preferred order is own before inherited, denied before others") {
-    const struct {
-        char letter;
-        std::uint8_t type;
-        std::uint8_t flags;
-    } entries[] = {{'1', 0, 0x10}, {'2', 1, 0x13}, {'3', 0, 3}, {'4', 1, 0},
-                   {'5', 2, 0},    {'6', 1, 0x10}, {'7', 1, 2}, {'8', 0, 0x10}};
-    List list(kiv::kAclHeaderSize);
-    for (const auto& entry : entries) {
-        const AceBytes ace = MakeAce(entry.type, entry.flags, 1, static_cast<std::uint8_t>(entry.letter));
-        list.insert(list.end(), ace.begin(), ace.end());
-    }
-    kiv::WriteEmptyAcl(list.data(), list.size(), 3);
-    list[4] = static_cast<std::uint8_t>(std::size(entries));
-    List ordered(list.size());
-    REQUIRE(kiv::CopyInPreferredOrder(list.data(), ordered.data()));
-    CHECK(Letters(ordered) == "47352618");
-    CHECK(ordered[0] == 3);
-}
-
-TEST_CASE("entries are equal by type, flags, mask and SID") {
-    const AceBytes ace = MakeAce(0, 3, 0x10, 7);
-    const auto equals = [&](const AceBytes& other) { return kiv::AreEqualAces({ace.data()}, {other.data()}); };
-    CHECK(equals(ace));
-    CHECK_FALSE(equals(MakeAce(1, 3, 0x10, 7)));
-    CHECK_FALSE(equals(MakeAce(0, 2, 0x10, 7)));
-    CHECK_FALSE(equals(MakeAce(0, 3, 0x11, 7)));
-    CHECK_FALSE(equals(MakeAce(0, 3, 0x10, 8)));
-    CHECK_FALSE(equals(MakeAce(0, 3, 0x10, 7, 1)));
-    AceBytes slack = ace;
-    slack.resize(slack.size() + 4, 0xAA);
-    slack[2] = static_cast<std::uint8_t>(slack.size());
-    CHECK(equals(slack));
 }

@@ -32,6 +32,23 @@ inline std::string SddlOf(ACL* list) {
     return SddlOf(&descriptor, DACL_SECURITY_INFORMATION);
 }
 
+inline bool HasNullDacl(PSECURITY_DESCRIPTOR descriptor) {
+    BOOL present = FALSE;
+    BOOL defaulted = FALSE;
+    ACL* list = nullptr;
+    REQUIRE(::GetSecurityDescriptorDacl(descriptor, &present, &list, &defaulted));
+    return present && list == nullptr;
+}
+
+// What the system tells about a key; "null" for a null DACL, which not every system can write.
+inline std::string SddlOfKey(HKEY key, SECURITY_INFORMATION parts = DACL_SECURITY_INFORMATION) {
+    char descriptor[2048];
+    DWORD size = sizeof descriptor;
+    REQUIRE(::RegGetKeySecurity(key, parts, descriptor, &size) == ERROR_SUCCESS);
+    const bool nullDacl = (parts & DACL_SECURITY_INFORMATION) != 0 && HasNullDacl(descriptor);
+    return nullDacl ? "null" : SddlOf(descriptor, parts);
+}
+
 // A self-relative descriptor that the system made of a text.
 class SystemDescriptor {
 public:

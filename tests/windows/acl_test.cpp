@@ -3,10 +3,8 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "support/check.h"
@@ -39,13 +37,6 @@ std::string Shown(const CKivAcl& acl) {
     return acl.GetAcl() != nullptr ? SddlOf(acl.GetAcl()) : "(none)";
 }
 
-// What a text reads as, and reads as again after it was written.
-std::string ShownText(const char* text) {
-    CKivAcl acl;
-    acl = text;
-    return Shown(acl);
-}
-
 std::string TextOf(CKivAcl& acl) {
     const char* text = acl;
     return text != nullptr ? text : "(null)";
@@ -65,27 +56,19 @@ TEST_CASE("a text reads as the system's own list") {
         const char* text;
         const char* list;
     } rows[] = {
-        {"{0-3-0x1f01ff-[S-1-5-18]}", "D:(A;OICI;FA;;;SY)"},
         {"{0-3-0x10000000-[S-1-5-32-544]}-{1-3-0x40000-[S-1-1-0]}", "D:(D;OICI;WD;;;WD)(A;OICI;GA;;;BA)"},
-        {"{0-19-0x80000000-[S-1-5-11]}", "D:(A;OICIID;GR;;;AU)"},
-        {"{}", "D:(A;;GR;;;WD)"},
-        {"{0-0-0x40000000}", "D:(A;;GW;;;WD)"},
+        {"{0-19-0x80000000-[S-1-5-11]}-{0-0-0x1f01ff}", "D:(A;OICIID;GR;;;AU)(A;;FA;;;WD)"},
         // Each addition makes the list grow, and growth turns the denied entries around.
-        {"{1-0-0x1-[S-1-1-0]}-{1-0-0x2-[S-1-1-0]}", "D:(D;;DC;;;WD)(D;;CC;;;WD)"},
         {"{1-0-0x1-[S-1-1-0]}-{1-0-0x2-[S-1-1-0]}-{1-0-0x4-[S-1-1-0]}", "D:(D;;LC;;;WD)(D;;CC;;;WD)(D;;DC;;;WD)"},
         {"{1-0-0x1-[S-1-1-0]}-{1-0-0x2-[S-1-1-0]}-{0-0-0x4-[S-1-1-0]}", "D:(D;;CC;;;WD)(D;;DC;;;WD)(A;;LC;;;WD)"},
-        // An entry that cannot be had is left out.
-        {"{0-0-0x1-[no such account]}-{0-0-0x2-[S-1-5-18]}", "D:(A;;DC;;;SY)"},
-        {"{5-0-0x1-[S-1-1-0]}-{0-0-0x2-[S-1-5-18]}", "D:(A;;DC;;;SY)"},
-        {"{0-0-0x1-[]}", "(none)"},
-        {" {}", "(none)"},
+        {"{0-0-0x1-[no such account]}-{0-0-0x2-[S-1-5-21-4294967295]}", "D:(A;;DC;;;S-1-5-21-4294967295)"},
         {"", "(none)"},
+        {nullptr, "(none)"},
     };
     for (const auto& row : rows) {
         CAPTURE(row.text);
-        CHECK(ShownText(row.text) == row.list);
+        CHECK(Shown(Parse(row.text)) == row.list);
     }
-    CHECK(Parse(nullptr).GetAcl() == nullptr);
     CHECK(Parse(nullptr).GetAceCount() == -1);
 }
 
@@ -94,7 +77,6 @@ TEST_CASE("the system's own list is written as a text") {
         const char* list;
         const char* text;
     } rows[] = {
-        {"D:(A;OICI;FA;;;SY)", "{0-3-0x1f01ff-[S-1-5-18]}"},
         {"D:(D;;WD;;;WD)(A;ID;GA;;;BA)", "{1-0-0x40000-[S-1-1-0]}-{0-16-0x10000000-[S-1-5-32-544]}"},
         {"D:(D;;CC;;;WD)(D;;DC;;;WD)(A;;LC;;;S-1-5-21-1-2-3-1000)",  // a copy turns the denied entries around
          "{1-0-0x2-[S-1-1-0]}-{1-0-0x1-[S-1-1-0]}-{0-0-0x4-[S-1-5-21-1-2-3-1000]}"},
@@ -106,10 +88,12 @@ TEST_CASE("the system's own list is written as a text") {
         CKivAcl acl(descriptor.Dacl());
         CHECK(TextOf(acl) == row.text);
         CHECK(acl.IsValid() == 1);
+        CHECK(CKivAcl(acl).GetAceCount() == acl.GetAceCount());
     }
     CKivAcl none;
     CHECK(TextOf(none) == "(null)");
     CHECK(none.IsValid() == 0);
+    CHECK(CKivAcl(none).GetAcl() == nullptr);
 }
 
 TEST_CASE("the examples of the documentation are true") {
@@ -139,17 +123,6 @@ TEST_CASE("an account may stand for its SID") {
     }
 }
 
-TEST_CASE("a list without entries is a list") {
-    const SystemDescriptor descriptor("D:");
-    REQUIRE(descriptor.Dacl() != nullptr);
-    CKivAcl acl(descriptor.Dacl());
-    CHECK(acl.GetAceCount() == 0);
-    CHECK(acl.GetAceAt(0) == nullptr);
-    CKivAcl copy(acl);
-    CHECK(copy.GetAceCount() == 0);
-    CHECK(copy.GetAcl() != acl.GetAcl());
-}
-
 TEST_CASE("entries are added, found and deleted") {
     CKivSid everyone;
     everyone = CKivSid::WKS_EVERYONE;
@@ -168,16 +141,15 @@ TEST_CASE("entries are added, found and deleted") {
     CHECK(CKivAce(acl.GetAceAt(3)).GetAccessMask() == GENERIC_ALL);
     CHECK(acl.GetAceAt(4) == nullptr);
     CHECK(acl.GetAceAt(-1) == nullptr);
+    CHECK(acl.DeleteAce(-1) == 0);
     REQUIRE(acl.DeleteAce(0) == 1);
     REQUIRE(acl.DeleteAce(1) == 1);
     CHECK(Shown(acl) == "D:(D;;GW;;;WD)(A;OICI;GA;;;SY)");
     CHECK(acl.DeleteAce(2) == 0);
-    CHECK(acl.DeleteAce(-1) == 0);
 
     char noSid[SECURITY_MAX_SID_SIZE] = {9};
     CHECK(acl.AddAce(0, 0, 1, noSid) == 0);
     CHECK(::GetLastError() == ERROR_INVALID_SID);
-    CHECK(acl.AddAce(0, 0, 1, nullptr) == 0);
     CHECK(acl.AddAce(7, 0, 1, everyone) == 0);
     CHECK(::GetLastError() == 1306);
     CHECK(acl.AddAce(nullptr) == 0);
@@ -188,21 +160,15 @@ TEST_CASE("entries are added, found and deleted") {
     CHECK(stillNone.GetAcl() == nullptr);
 }
 
-TEST_CASE("a list takes what fits into 64 KB, added or read") {
+TEST_CASE("a list takes what fits into 64 KB") {
     CKivSid sid("S-1-5-21-1-2-3-1000");
     CKivAcl acl;
-    std::string text;
-    while (acl.AddAce(ACCESS_ALLOWED_ACE_TYPE, 0, 1, sid))
-        text += (text.empty() ? "" : "-") + std::string("{0-0-0x1-[S-1-5-21-1-2-3-1000]}");
+    while (acl.AddAce(ACCESS_ALLOWED_ACE_TYPE, 0, 1, sid)) {
+    }
     CHECK(::GetLastError() == ERROR_ALLOTTED_SPACE_EXCEEDED);
     CHECK(acl.GetAceCount() == (65535 - 8) / 36);
     CHECK(acl.GetAcl()->AclSize == 8 + 36 * acl.GetAceCount());
-    CHECK(acl.IsValid() == 1);
-    CHECK(TextOf(acl) == text);
-    // The entry too many is left out; a smaller one behind it is not.
-    CKivAcl read = Parse((text + "-{0-0-0x1-[S-1-5-21-1-2-3-1000]}-{1-0-0x1-[S-1-1-0]}").c_str());
-    CHECK(read.GetAceCount() == acl.GetAceCount() + ((65535 - 8) % 36 >= 20 ? 1 : 0));
-    CHECK(TextOf(acl).substr(0, 4) == "{0-0");
+    CHECK(Parse((TextOf(acl) + "-{}").c_str()).GetAceCount() == acl.GetAceCount());
 }
 
 TEST_CASE("a list survives assignment of its own parts") {
@@ -217,37 +183,18 @@ TEST_CASE("a list survives assignment of its own parts") {
     CHECK(Shown(acl) == "D:(D;;DC;;;WD)(D;;CC;;;WD)");
     acl = nullptr;
     CHECK(acl.GetAcl() == nullptr);
-    acl = itself;
-    CHECK(CKivAcl(acl).GetAcl() == nullptr);
 }
 
 TEST_CASE("a malformed list, and one with foreign types, cannot be copied") {
-    CKivAcl source = Parse("{0-0-0x1-[S-1-1-0]}-{0-0-0x2-[S-1-1-0]}");
-    const std::size_t size = source.GetAcl()->AclSize;
-    std::vector<unsigned char> bytes(reinterpret_cast<unsigned char*>(source.GetAcl()),
-                                     reinterpret_cast<unsigned char*>(source.GetAcl()) + size);
-    ACL* list = reinterpret_cast<ACL*>(bytes.data());
-    REQUIRE(CKivAcl(list).GetAceCount() == 2);
-    const struct {
-        const char* what;
-        std::size_t at;
-        unsigned char byte;
-        DWORD error;
-    } rows[] = {
-        {"more entries counted", 4, 3, ERROR_INVALID_ACL},
-        {"size of an entry", 30, 200, ERROR_INVALID_ACL},
-        {"sub-authorities of a SID", 17, 9, ERROR_INVALID_ACL},
-        {"revision", 0, 9, ERROR_INVALID_ACL},
-        {"another type", 28, 9, 1306},
-    };
-    for (const auto& row : rows) {
-        CAPTURE(row.what);
-        const unsigned char before = std::exchange(bytes[row.at], row.byte);
-        ::SetLastError(0);
-        CHECK(CKivAcl(list).GetAcl() == nullptr);
-        CHECK(::GetLastError() == row.error);
-        bytes[row.at] = before;
-    }
+    const SystemDescriptor descriptor("D:(A;;CC;;;WD)(A;;DC;;;WD)");
+    ACL* const list = descriptor.Dacl();
+    list->AceCount = 3;
+    CHECK(CKivAcl(list).GetAcl() == nullptr);
+    CHECK(::GetLastError() == ERROR_INVALID_ACL);
+    list->AceCount = 2;
+    reinterpret_cast<ACE_HEADER*>(list + 1)->AceType = 9;
+    CHECK(CKivAcl(list).GetAcl() == nullptr);
+    CHECK(::GetLastError() == 1306);
 }
 
 TEST_CASE("the preferred order") {
@@ -261,21 +208,15 @@ TEST_CASE("the preferred order") {
     acl.SetPreferredDaclOrder();
     CHECK(Shown(acl) == "D:(A;;DC;;;WD)(A;;SW;;;WD)(D;ID;LC;;;WD)(A;ID;CC;;;WD)");
     CHECK(acl.GetAcl()->AclSize == size);
-    acl.GetAcl()->AceCount = 9;
+    acl.GetAcl()->AceCount = 9;  // cannot be read: left as it is
     acl.SetPreferredDaclOrder();
     CHECK(acl.GetAceCount() == 9);
-    CKivAcl().SetPreferredDaclOrder();
 }
 
 TEST_CASE("an entry is made, copied and compared") {
     CKivSid system("S-1-5-18");
     CKivAce allowed(system, 0x1F01FF, 1);
     CKivAce denied(system, 0x1F01FF, 0);
-    CHECK(Shown(Parse("{0-3-0x1f01ff-[S-1-5-18]}")) == [&] {
-        CKivAcl acl;
-        acl.AddAce(allowed);
-        return Shown(acl);
-    }());
     CHECK(::EqualSid(allowed.GetSid(), system));
     CHECK(static_cast<unsigned long>(allowed) == 0x1F01FF);
     CHECK_FALSE(allowed == denied);

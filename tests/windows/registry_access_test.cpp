@@ -1,7 +1,6 @@
 #include "support/windows_api.h"
 
 #include <string>
-#include <vector>
 
 #include "support/check.h"
 #include "support/redirected_key.h"
@@ -12,18 +11,8 @@
 
 namespace {
 
-// Owner and DACL of a key as the system itself tells them; a null DACL is "null".
 std::string SystemView(HKEY key) {
-    constexpr SECURITY_INFORMATION kParts = OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION;
-    DWORD size = 0;
-    ::RegGetKeySecurity(key, kParts, nullptr, &size);
-    std::vector<char> descriptor(size);
-    REQUIRE(::RegGetKeySecurity(key, kParts, descriptor.data(), &size) == ERROR_SUCCESS);
-    BOOL present = FALSE;
-    BOOL defaulted = FALSE;
-    ACL* list = nullptr;
-    REQUIRE(::GetSecurityDescriptorDacl(descriptor.data(), &present, &list, &defaulted));
-    return list != nullptr ? kiv::test::SddlOf(descriptor.data(), kParts) : "null";
+    return kiv::test::SddlOfKey(key, OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION);
 }
 
 std::string UserSid() {

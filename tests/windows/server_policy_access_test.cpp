@@ -2,7 +2,6 @@
 
 #include <cstring>
 #include <string>
-#include <vector>
 
 #include "security/object_security.h"
 #include "support/check.h"
@@ -33,11 +32,7 @@ private:
 
 // The entries of a key's DACL in their order, as the system tells them.
 std::string AccessList(HKEY key) {
-    DWORD size = 0;
-    ::RegGetKeySecurity(key, DACL_SECURITY_INFORMATION, nullptr, &size);
-    std::vector<char> descriptor(size);
-    REQUIRE(::RegGetKeySecurity(key, DACL_SECURITY_INFORMATION, descriptor.data(), &size) == ERROR_SUCCESS);
-    const std::string text = kiv::test::SddlOf(descriptor.data(), DACL_SECURITY_INFORMATION);
+    const std::string text = kiv::test::SddlOfKey(key);
     return text.substr(text.find('('));
 }
 
