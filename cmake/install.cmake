@@ -13,4 +13,6 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/tavkivutConfigVersion.cma
 install(FILES ${PROJECT_BINARY_DIR}/tavkivutConfig.cmake ${PROJECT_BINARY_DIR}/tavkivutConfigVersion.cmake
   DESTINATION lib/cmake/tavkivut)
 install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION .)
+# The library holds parts of Mbed TLS, whose license goes where they go.
+install(FILES ${KIV_MBEDTLS_SOURCE_DIR}/LICENSE DESTINATION . RENAME LICENSE-mbedtls)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION .)
