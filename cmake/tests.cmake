@@ -1,13 +1,11 @@
 # kiv_native_test(<name> SOURCES <file>...)
 #   A doctest program of pure rules, linked with kiv_core; one CTest test. Only in native builds.
 #
-# kiv_windows_test(<name> SOURCES <file>... [SEAM | REAL_LOG] [NETWORK] [RELEASES <release>...] [LOCK <resource>...])
+# kiv_windows_test(<name> SOURCES <file>... [SEAM | REAL_LOG] [RELEASES <release>...] [LOCK <resource>...])
 #   A doctest program for Windows (under Wine in cross builds); one CTest test.
 #   Without SEAM it uses the library through the DLL's exports; with SEAM the same objects are linked into it, so that
 #   it can swap function tables and force the OS family.
 #   With REAL_LOG it stands in a folder of its own, beside the libraries as they are shipped, and loads what it tests.
-#   NETWORK runs it in a private network beside servers that answer echoes (tests/support/network-test); it counts as
-#   skipped where the system permits no such network.
 #   RELEASES copies it under names that the Wine prefix runs as those releases (win95 win98 nt40 win2k winxp win2003):
 #   one more CTest test each. tests/support/this_release.h tells a test which one it runs as.
 #   LOCK names what tests share that must not run side by side (a registry key, a named object).
@@ -41,22 +39,11 @@ function(_kiv_register_windows_test test program locks)
     RESOURCE_LOCK "${locks}" FIXTURES_REQUIRED "${KIV_WINE_FIXTURE}")
 endfunction()
 
-function(_kiv_register_network_test test target)
-  if(NOT CMAKE_CROSSCOMPILING)
-    return()
-  endif()
-  add_dependencies(${target} kiv_echo_responder)
-  add_test(NAME ${test} COMMAND ${PROJECT_SOURCE_DIR}/tests/support/network-test
-    ${PROJECT_BINARY_DIR}/tools/echo_responder ${CMAKE_CROSSCOMPILING_EMULATOR} ${KIV_TEST_DIRECTORY}/${target}.exe)
-  set_tests_properties(${test} PROPERTIES TIMEOUT 120 SKIP_RETURN_CODE 77 WORKING_DIRECTORY ${KIV_TEST_DIRECTORY}
-    ENVIRONMENT "${KIV_WINE_ENVIRONMENT}" FIXTURES_REQUIRED "${KIV_WINE_FIXTURE}")
-endfunction()
-
 function(kiv_windows_test name)
   if(NOT WIN32)
     return()
   endif()
-  cmake_parse_arguments(arg "SEAM;REAL_LOG;NETWORK" "" "SOURCES;RELEASES;LOCK" ${ARGN})
+  cmake_parse_arguments(arg "SEAM;REAL_LOG" "" "SOURCES;RELEASES;LOCK" ${ARGN})
   set(target ${name}_test)
   set(directory ${KIV_TEST_DIRECTORY})
   if(arg_REAL_LOG)
@@ -77,10 +64,6 @@ function(kiv_windows_test name)
   elseif(NOT arg_REAL_LOG)
     target_link_libraries(${target} PRIVATE tavkivut)
     add_dependencies(${target} kiv_tested_library)
-  endif()
-  if(arg_NETWORK)
-    _kiv_register_network_test(${name} ${target})
-    return()
   endif()
   _kiv_register_windows_test(${name} ${directory}/${target}.exe "${arg_LOCK}")
   foreach(release ${arg_RELEASES})

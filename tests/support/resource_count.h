@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <ostream>
 
 namespace kiv::test {
 
@@ -17,6 +18,11 @@ struct ResourceCount {
         return heapBlocks == other.heapBlocks && nextHandle == other.nextHandle && threads == other.threads;
     }
 };
+
+inline std::ostream& operator<<(std::ostream& stream, const ResourceCount& count) {
+    return stream << count.heapBlocks << " blocks, next handle " << count.nextHandle << ", " << count.threads
+                  << " threads";
+}
 
 ResourceCount CountResources();
 

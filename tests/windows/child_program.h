@@ -43,11 +43,21 @@ bool PerformOperation(const std::string& text, const ChildOperation (&operations
     return false;
 }
 
+// The key is made when it is missing. The computer's name goes along: the system's own calls look for it below HKLM.
 inline bool RedirectLocalMachine() {
-    HKEY key = nullptr;
     const char* const subkey = std::getenv("KIV_LOCAL_MACHINE");
-    return subkey != nullptr && ::RegOpenKeyExA(HKEY_CURRENT_USER, subkey, 0, KEY_ALL_ACCESS, &key) == ERROR_SUCCESS &&
-           ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, key) == ERROR_SUCCESS;
+    char name[MAX_COMPUTERNAME_LENGTH + 1];
+    DWORD size = sizeof name;
+    HKEY machine = nullptr;
+    HKEY nameKey = nullptr;
+    if (subkey == nullptr || !::GetComputerNameA(name, &size) ||
+        ::RegCreateKeyA(HKEY_CURRENT_USER, subkey, &machine) != ERROR_SUCCESS ||
+        ::RegCreateKeyA(machine, "System\\CurrentControlSet\\Control\\ComputerName\\ActiveComputerName", &nameKey) !=
+            ERROR_SUCCESS)
+        return false;
+    ::RegSetValueExA(nameKey, "ComputerName", 0, REG_SZ, reinterpret_cast<const BYTE*>(name), size + 1);
+    ::RegCloseKey(nameKey);
+    return ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, machine) == ERROR_SUCCESS;
 }
 
 // The whole of main: 0, 2 for an unknown operation, 3 when the registry cannot be redirected.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <set>
 #include <string>
@@ -12,43 +13,63 @@
 #include "install/load_balancing.h"
 #include "install/server_probe.h"
 #include "support/check.h"
-#include "support/heap_text.h"
+#include "support/random_bytes.h"
 #include "support/redirected_key.h"
 #include "support/resource_count.h"
 #include "support/swapped_api.h"
 #include "support/temp_directory.h"
 #include "tavkivut/inst_server.h"
+#include "tavkivut/system.h"
 
 using kiv::test::CountResources;
-using kiv::test::ResourceCount;
 using kiv::test::SwappedApi;
-using kiv::test::TempDirectory;
 
 namespace {
 
-constexpr unsigned kSilent = 0;
-
 struct FakeServer {
     std::uint32_t time = 10;
-    unsigned answers = 1000;  // how many requests are answered before one is lost
+    long answers = 1000000;  // how many requests are answered before one is lost
     bool available = true;
     bool waits = false;  // answers only when the gate is open
+    long deaf = 0;       // how many requests are not heard at first
     long requests = 0;
+    hostent host{};
+    char* addresses[2]{};
+    IPAddr address = 0;
 };
 
-struct ResolvedHost {
-    hostent host;
-    char* addresses[2];
-    IPAddr address;
-};
+FakeServer Answering(std::uint32_t time) {
+    FakeServer server;
+    server.time = time;
+    return server;
+}
+
+FakeServer Losing(long answers) {
+    FakeServer server = Answering(1);
+    server.answers = answers;
+    return server;
+}
+
+FakeServer Lacking(std::uint32_t time) {
+    FakeServer server = Answering(time);
+    server.available = false;
+    return server;
+}
+
+FakeServer Waiting(std::uint32_t time) {
+    FakeServer server = Answering(time);
+    server.waits = true;
+    return server;
+}
 
 // The network of the running test. A server's folder is <root>\<number>, its UNC form \\s<number>\x, its address its
 // number.
 struct FakeNetwork {
     std::vector<FakeServer> servers;
-    std::vector<ResolvedHost> hosts;
     HANDLE gate = nullptr;
     long openFiles = 0;
+    DWORD timeout = 2000;
+    std::string asked;  // the last name that was to be resolved
 };
 FakeNetwork* g_network = nullptr;
 
@@ -71,9 +92,11 @@ DWORD WINAPI FakeSendEcho(HANDLE, IPAddr address, LPVOID data, WORD dataSize, PI
     FakeServer& server = g_network->servers[address];
     if (server.waits)
         ::WaitForSingleObject(g_network->gate, INFINITE);
-    const bool asAgreed = data == nullptr && dataSize == 0 && options == nullptr && timeout == 2000 &&
+    const bool asAgreed = data == nullptr && dataSize == 0 && options == nullptr && timeout == g_network->timeout &&
                           size == (sizeof(void*) == 4 ? 36u : 48u);
-    const auto request = static_cast<unsigned>(__atomic_add_fetch(&server.requests, 1, __ATOMIC_SEQ_CST));
+    const long request = __atomic_add_fetch(&server.requests, 1, __ATOMIC_SEQ_CST);
+    if (request <= server.deaf)
+        return static_cast<DWORD>(request % 2);  // nothing, or a reply without a time
     if (!asAgreed || request > server.answers)
         return 0;
     static_cast<ICMP_ECHO_REPLY*>(buffer)->RoundTripTime = server.time;
@@ -81,21 +104,25 @@ DWORD WINAPI FakeSendEcho(HANDLE, IPAddr address, LPVOID data, WORD dataSize, PI
 }
 
 hostent* WINAPI FakeResolve(const char* name) {
-    if (name[0] != 's')
+    if (name[0] != 's') {
+        g_network->asked = name;
         return nullptr;
-    const unsigned long server = std::stoul(name + 1);
-    ResolvedHost& resolved = g_network->hosts[server];
-    resolved.address = server;
-    resolved.addresses[0] = reinterpret_cast<char*>(&resolved.address);
-    resolved.host.h_addrtype = AF_INET;
-    resolved.host.h_addr_list = resolved.addresses;
-    return &resolved.host;
+    }
+    FakeServer& server = g_network->servers[std::stoul(name + 1)];
+    server.address = std::stoul(name + 1);
+    server.addresses[0] = reinterpret_cast<char*>(&server.address);
+    server.host.h_addrtype = AF_INET;
+    server.host.h_addr_list = server.addresses;
+    return &server.host;
 }
 
 DWORD WINAPI FakeUniversalName(LPCSTR path, DWORD, LPVOID buffer, LPDWORD) {
+    const char* const number = std::strrchr(path, '\\') + 1;
+    if (*number < '0' || *number > '9')
+        return ERROR_NOT_CONNECTED;
     auto* const info = static_cast<UNIVERSAL_NAME_INFOA*>(buffer);
     info->lpUniversalName = reinterpret_cast<LPSTR>(info + 1);
-    std::strcpy(info->lpUniversalName, (std::string("\\\\s") + (std::strrchr(path, '\\') + 1) + "\\x").c_str());
+    std::strcpy(info->lpUniversalName, (std::string("\\\\s") + number + "\\x").c_str());
     return NO_ERROR;
 }
 
@@ -103,117 +130,111 @@ DWORD WINAPI FakeUniversalName(LPCSTR path, DWORD, LPVOID buffer, LPDWORD) {
 class Servers {
 public:
     explicit Servers(std::vector<FakeServer> servers, bool evaluateAll = true, unsigned quality = 4) {
-        m_network.servers = std::move(servers);
-        m_network.hosts.resize(m_network.servers.size());
-        m_network.gate = ::CreateEventA(nullptr, TRUE, FALSE, nullptr);
-        g_network = &m_network;
-        m_icmp->create = FakeCreate;
-        m_icmp->close = FakeClose;
-        m_icmp->sendEcho = FakeSendEcho;
-        m_winsock->getHostByName = FakeResolve;
+        network.servers = std::move(servers);
+        network.gate = ::CreateEventA(nullptr, TRUE, FALSE, nullptr);
+        g_network = &network;
+        *icmp.operator->() = {FakeCreate, FakeClose, FakeSendEcho};
+        winsock->getHostByName = FakeResolve;
         m_universal->getUniversalName = FakeUniversalName;
+        m_universal->getConnection = nullptr;
         kiv::LoadBalancingSettings() = {static_cast<std::uint16_t>(quality), static_cast<std::uint16_t>(evaluateAll)};
-        for (std::size_t i = 0; i < m_network.servers.size(); ++i) {
-            m_paths.push_back(m_root / std::to_string(i));
-            if (!m_network.servers[i].available)
+        for (std::size_t i = 0; i < network.servers.size(); ++i) {
+            paths.push_back(m_root / std::to_string(i));
+            if (!network.servers[i].available)
                 continue;
-            ::CreateDirectoryA(m_paths[i].c_str(), nullptr);
-            ::CreateDirectoryA((m_paths[i] + "\\setup").c_str(), nullptr);
-            kiv::test::WriteFileBytes(m_paths[i] + "\\setup\\TavSetup.cfg", "");
+            ::CreateDirectoryA(paths[i].c_str(), nullptr);
+            ::CreateDirectoryA((paths[i] + "\\setup").c_str(), nullptr);
+            kiv::test::WriteFileBytes(paths[i] + "\\setup\\TavSetup.cfg", "");
         }
     }
     ~Servers() {
-        OpenGate();
-        kiv::test::WaitForThreads(m_threads);  // late probes use the fakes
-        ::CloseHandle(m_network.gate);
+        EndProbes();
+        ::CloseHandle(network.gate);
     }
     Servers(const Servers&) = delete;
     Servers& operator=(const Servers&) = delete;
 
-    void OpenGate() { ::SetEvent(m_network.gate); }
-    FakeServer& operator[](std::size_t i) { return m_network.servers[i]; }
-    std::vector<std::string>& Paths() { return m_paths; }
-    SwappedApi<kiv::IcmpApi>& Icmp() { return m_icmp; }
-    SwappedApi<kiv::WinsockApi>& Winsock() { return m_winsock; }
-    long OpenFiles() const { return __atomic_load_n(&m_network.openFiles, __ATOMIC_SEQ_CST); }
+    // Late probes use the fakes.
+    void EndProbes() {
+        ::SetEvent(network.gate);
+        CHECK(kiv::test::WaitForThreads(m_threads));
+        CHECK(network.openFiles == 0);
+    }
 
     // The index of the chosen server, -1 for none.
     int Choose() {
         std::vector<const char*> list;
-        for (const std::string& path : m_paths)
+        for (const std::string& path : paths)
             list.push_back(path.c_str());
         list.push_back("beyond the count");
         char out[kKivServerPathSize] = "untouched";
         const int chosen =
-            CKivInstServer::GetMostResponsiveServer(out, sizeof out, list.data(), static_cast<int>(m_paths.size()));
-        const auto found = std::find(m_paths.begin(), m_paths.end(), out);
-        m_consistent = chosen == 1 ? found != m_paths.end() : out[0] == '\0';
-        return chosen == 1 ? static_cast<int>(found - m_paths.begin()) : -1;
+            CKivInstServer::GetMostResponsiveServer(out, sizeof out, list.data(), static_cast<int>(paths.size()));
+        CHECK((chosen == 1) != (out[0] == '\0'));
+        const auto found = std::find(paths.begin(), paths.end(), out);
+        return chosen == 1 && found != paths.end() ? static_cast<int>(found - paths.begin()) : -1;
     }
-    bool Consistent() const { return m_consistent; }
 
     long Probed() const {
-        return std::count_if(m_network.servers.begin(), m_network.servers.end(),
+        return std::count_if(network.servers.begin(), network.servers.end(),
                              [](const FakeServer& server) { return server.requests > 0; });
     }
 
+    FakeNetwork network;
+    SwappedApi<kiv::IcmpApi> icmp;
+    SwappedApi<kiv::WinsockApi> winsock;
+    std::vector<std::string> paths;
+
 private:
     const std::size_t m_threads = CountResources().threads;
-    TempDirectory m_root;
-    FakeNetwork m_network;
-    SwappedApi<kiv::IcmpApi> m_icmp;
-    SwappedApi<kiv::WinsockApi> m_winsock;
+    kiv::test::TempDirectory m_root;
     SwappedApi<kiv::UniversalNameApi> m_universal;
-    std::vector<std::string> m_paths;
-    bool m_consistent = true;
 };
 
 // Shortens the wait for the probes.
-class WaitLimit {
-public:
-    explicit WaitLimit(DWORD milliseconds) : m_previous(kiv::g_probeWaitLimit) { kiv::g_probeWaitLimit = milliseconds; }
+struct WaitLimit {
+    explicit WaitLimit(DWORD milliseconds) { kiv::g_probeWaitLimit = milliseconds; }
     ~WaitLimit() { kiv::g_probeWaitLimit = m_previous; }
-    WaitLimit(const WaitLimit&) = delete;
-    WaitLimit& operator=(const WaitLimit&) = delete;
-
-private:
-    DWORD m_previous;
+    const DWORD m_previous = kiv::g_probeWaitLimit;
 };
 
-FakeServer Answering(std::uint32_t time) {
-    return {time, 1000, true, false, 0};
+BYTE g_randomByte;
+
+BOOL WINAPI Acquire(HCRYPTPROV* context, LPCSTR, LPCSTR, DWORD type, DWORD flags) {
+    *context = 1;
+    return type == PROV_RSA_FULL && (flags & CRYPT_VERIFYCONTEXT) != 0;
 }
 
-FakeServer Losing(unsigned answers) {
-    return {1, answers, true, false, 0};
+BOOL WINAPI RefuseContext(HCRYPTPROV*, LPCSTR, LPCSTR, DWORD, DWORD) {
+    return FALSE;
 }
 
-FakeServer Lacking(std::uint32_t time) {
-    return {time, 1000, false, false, 0};
+BOOL WINAPI GiveByte(HCRYPTPROV, DWORD length, BYTE* buffer) {
+    buffer[0] = g_randomByte;
+    return length == 1;
 }
 
-FakeServer Waiting(std::uint32_t time) {
-    return {time, 1000, true, true, 0};
+BOOL WINAPI Release(HCRYPTPROV, DWORD) {
+    return TRUE;
 }
 
 }  // namespace
 
 TEST_CASE("the settings are read within their range") {
     const struct {
-        unsigned long quality;
-        unsigned long evaluateAll;
-        unsigned expectedQuality;
-        unsigned expectedAll;
+        unsigned long quality, evaluateAll, expectedQuality, expectedAll;
     } rows[] = {{0, 0, 4, 0}, {1, 1, 1, 1}, {999, 2, 999, 1}, {1000, 0x10000, 4, 1}, {0x10005, 0, 4, 0}};
     kiv::test::RedirectedKey machine(HKEY_LOCAL_MACHINE);
     CHECK(kiv::ReadLoadBalancing().quality == 4);
     CHECK(kiv::ReadLoadBalancing().evaluateAll == 0);
     HKEY key;
     REQUIRE(::RegCreateKeyA(HKEY_LOCAL_MACHINE, "Software\\TAV\\TAVSetup\\Policies", &key) == ERROR_SUCCESS);
+    const auto write = [&](const char* name, const unsigned long& number) {
+        ::RegSetValueExA(key, name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&number), sizeof number);
+    };
     for (const auto& row : rows) {
-        ::RegSetValueExA(key, "LbDetectionQuality", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&row.quality), 4);
-        ::RegSetValueExA(key, "LbEvaluateAllResponses", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&row.evaluateAll),
-                         4);
+        write("LbDetectionQuality", row.quality);
+        write("LbEvaluateAllResponses", row.evaluateAll);
         CAPTURE(row.quality);
         CHECK(kiv::ReadLoadBalancing().quality == row.expectedQuality);
         CHECK(kiv::ReadLoadBalancing().evaluateAll == row.expectedAll);
@@ -222,25 +243,18 @@ TEST_CASE("the settings are read within their range") {
 }
 
 TEST_CASE("waiting for all, the fastest that serves the product wins") {
-    // Each list has two changes of the best candidate, so that no draw follows.
-    Servers servers({Answering(50), Lacking(1), Answering(20), Answering(30), Losing(3), Losing(kSilent)});
+    // The list has two changes of the best candidate, so that no draw follows. One answer without a time is lost too.
+    Servers servers({Answering(50), Lacking(1), Answering(20), Answering(30), Losing(3), Losing(0),
+                     Answering(kiv::kNoRoundTripTime)});
     CHECK(servers.Choose() == 2);
-    CHECK(servers.Consistent());
-    CHECK(servers[0].requests == 4);
-    CHECK(servers[4].requests == 4);
-    CHECK(servers[5].requests == 1);
-    CHECK(servers.OpenFiles() == 0);
-}
-
-TEST_CASE("an answer without a time counts as a lost one") {
-    Servers servers({Answering(50), Answering(40), Answering(kiv::kNoRoundTripTime)});
-    CHECK(servers.Choose() == 1);
-    CHECK(servers[2].requests == 4);
+    const long requests[] = {4, 4, 4, 4, 4, 1, 4};
+    for (std::size_t i = 0; i < std::size(requests); ++i)
+        CHECK(servers.network.servers[i].requests == requests[i]);
 }
 
 TEST_CASE("when nobody beat the first candidate, a draw takes any available server") {
     SUBCASE("also one that never answered") {
-        Servers servers({Answering(10), Losing(kSilent), Answering(20)}, true, 1);
+        Servers servers({Answering(10), Losing(0), Answering(20)}, true, 1);
         std::set<int> drawn;
         for (int i = 0; i < 500 && drawn.size() < 3; ++i) {
             drawn.insert(servers.Choose());
@@ -256,50 +270,42 @@ TEST_CASE("when nobody beat the first candidate, a draw takes any available serv
     SUBCASE("and none where no server is") {
         Servers servers({Lacking(1), Lacking(2)});
         CHECK(servers.Choose() == -1);
-        CHECK(servers.Consistent());
     }
 }
 
 TEST_CASE("waiting for any, the first to finish is taken or none is") {
-    SUBCASE("it answered and is available") {
-        Servers servers({Waiting(1), Answering(90), Waiting(1)}, false);
-        CHECK(servers.Choose() == 1);
+    const WaitLimit limit(200);
+    const struct {
+        const char* name;
+        std::vector<FakeServer> servers;
+        int chosen;
+    } rows[] = {
+        {"it answered and is available", {Waiting(1), Answering(90), Waiting(1)}, 1},
+        {"it lost a request", {Waiting(1), Losing(2)}, -1},
+        {"it lacks the product", {Waiting(1), Lacking(5), Waiting(1)}, -1},
+        {"none finishes in time", {Waiting(1), Waiting(1)}, -1},
+    };
+    for (const auto& row : rows) {
+        CAPTURE(row.name);
+        Servers servers(row.servers, false);
+        CHECK(servers.Choose() == row.chosen);
     }
-    SUBCASE("it lost a request") {
-        Servers servers({Waiting(1), Losing(2)}, false);
-        CHECK(servers.Choose() == -1);
-    }
-    SUBCASE("it could not even ask") {
-        Servers servers({Answering(1)}, false);
-        servers.Icmp()->create = FailingCreate;
-        CHECK(servers.Choose() == -1);
-        CHECK(servers.OpenFiles() == 0);
-    }
-    SUBCASE("it lacks the product") {
-        Servers servers({Waiting(1), Lacking(5), Waiting(1)}, false);
-        CHECK(servers.Choose() == -1);
-    }
-    SUBCASE("none finishes in time") {
-        const WaitLimit limit(50);
-        Servers servers({Waiting(1), Waiting(1)}, false);
-        CHECK(servers.Choose() == -1);
-        CHECK(servers.Consistent());
-    }
+    Servers servers({Answering(1)}, false);
+    servers.icmp->create = FailingCreate;
+    CHECK(servers.Choose() == -1);
 }
 
 TEST_CASE("after the time-out what came in decides, and late probes free their records") {
-    const std::size_t threads = CountResources().threads;
+    const WaitLimit limit(100);
+    Servers servers({Waiting(1), Answering(10), Answering(20), Waiting(2)});
     const auto choose = [&] {
-        const WaitLimit limit(100);
-        Servers servers({Waiting(1), Answering(10), Answering(20), Waiting(2)});
+        ::ResetEvent(servers.network.gate);
         CHECK(servers.Choose() == 1);  // one change only, but no draw
-        CHECK(servers.OpenFiles() == 2);
-        servers.OpenGate();
-        CHECK(kiv::test::WaitForThreads(threads));
-        CHECK(servers.OpenFiles() == 0);
+        CHECK(servers.network.openFiles == 2);
+        servers.EndProbes();
     };
     choose();
-    const ResourceCount before = CountResources();
+    const kiv::test::ResourceCount before = CountResources();
     choose();
     CHECK(CountResources() == before);
 }
@@ -313,12 +319,9 @@ TEST_CASE("at most 64 servers are measured, and nothing of them is left behind")
                 listed[available] = Answering(available == 0 ? 30 : available == 64 ? 1 : 20);
         }
         Servers servers(listed, true, 1);
-        const int chosen = servers.Choose();
-        CHECK(servers.Consistent());
-        CHECK((chosen == -1) == (count == 0));
-        CHECK((count < 64 || chosen == 1));
+        CHECK(servers.Choose() == (count == 0 ? -1 : count == 1 ? 0 : 1));
         CHECK(servers.Probed() == static_cast<long>(std::min<std::size_t>(count, 64)));
-        const ResourceCount before = CountResources();
+        const kiv::test::ResourceCount before = CountResources();
         servers.Choose();
         CHECK(CountResources() == before);
     }
@@ -326,9 +329,9 @@ TEST_CASE("at most 64 servers are measured, and nothing of them is left behind")
 
 TEST_CASE("a server without a usable host has no probe") {
     Servers servers({Answering(30), Answering(20), Answering(1), Answering(1), Answering(1)});
-    servers.Paths()[2] = "\\\\s2-and-more-of-it\\x";  // 16 characters and more
-    servers.Paths()[3] = "\\\\\\x";
-    servers.Paths()[4] = "\\\\unresolvable\\x";
+    servers.paths[2] = "\\\\s2-and-more-of-it\\x";  // 16 characters and more
+    servers.paths[3] = "\\\\\\x";
+    servers.paths[4] = "\\\\unresolvable\\x";
     CHECK(servers.Choose() == 1);
     CHECK(servers.Probed() == 2);
 }
@@ -336,29 +339,77 @@ TEST_CASE("a server without a usable host has no probe") {
 TEST_CASE("nothing is chosen without ICMP or Winsock, or without anybody to ask") {
     Servers servers({Answering(30), Answering(20)});
     SUBCASE("no echo function") {
-        servers.Icmp()->sendEcho = nullptr;
+        servers.icmp->sendEcho = nullptr;
     }
     SUBCASE("no module at all") {
-        *servers.Icmp().operator->() = {};
+        *servers.icmp.operator->() = {};
     }
     SUBCASE("no Winsock 2") {
-        servers.Winsock()->startup = nullptr;
+        servers.winsock->startup = nullptr;
     }
     SUBCASE("no host") {
-        servers.Paths() = {"\\\\", "\\\\\\x"};
+        servers.paths = {"\\\\", "\\\\\\x"};
     }
     CHECK(servers.Choose() == -1);
-    CHECK(servers.Consistent());
+    CHECK(servers.Probed() == 0);
 }
 
 TEST_CASE("the answer is cut to the caller's buffer") {
     Servers servers({Answering(20), Answering(10)});
-    const char* list[] = {servers.Paths()[0].c_str(), servers.Paths()[1].c_str()};
+    const char* list[] = {servers.paths[0].c_str(), servers.paths[1].c_str()};
     char out[] = "untouched";
     CHECK(CKivInstServer::GetMostResponsiveServer(out, 3, list, 2) == 1);
-    CHECK(std::string(out) == servers.Paths()[1].substr(0, 2));
+    CHECK(std::string(out) == servers.paths[1].substr(0, 2));
     CHECK(out[3] == 'o');
     CHECK(CKivInstServer::GetMostResponsiveServer(nullptr, 260, list, 2) == 0);
     CHECK(CKivInstServer::GetMostResponsiveServer(out, 0, list, 2) == 0);
-    CHECK(std::string(out) == servers.Paths()[1].substr(0, 2));
+}
+
+TEST_CASE("a host is asked until it answers, however often") {
+    Servers servers({Answering(3)});
+    servers.network.servers[0].deaf = 20000;
+    CHECK(KivIsHostAlive("\\\\s0\\share", 0) == 1);
+    CHECK(servers.network.servers[0].requests == 20001);
+    servers.network.timeout = 5000;
+    CHECK(KivIsHostAlive("X:\\0", 1) == 1);
+    CHECK(servers.network.openFiles == 0);
+}
+
+TEST_CASE("a name that does not resolve is not alive, a system without ICMP takes all for alive") {
+    Servers servers({});
+    for (const char* host : {"name", "a-name-of-more-than-sixteen-characters", "C:"}) {
+        CHECK(KivIsHostAlive(host, 0) == 0);
+        CHECK(servers.network.asked == host);
+    }
+    CHECK(KivIsHostAlive("C:\\folder", 0) == 0);
+    CHECK(servers.network.asked == CKivSystem::GetComputerNameA());
+    for (const char* nobody : {"", "\\\\", "\\\\\\share"})
+        CHECK(KivIsHostAlive(nobody, 0) == 0);
+    CHECK(KivIsHostAlive(nullptr, 0) == 0);
+    servers.icmp->create = FailingCreate;
+    CHECK(KivIsHostAlive("name", 0) == 1);
+    *servers.icmp.operator->() = {FakeCreate, nullptr, FakeSendEcho};
+    CHECK(KivIsHostAlive("name", 0) == 1);
+}
+
+TEST_CASE("a random number is one byte of the system's, scaled, else one of the C run-time's") {
+    {
+        SwappedApi<kiv::CryptoApi> crypto(kiv::CryptoApi{Acquire, GiveByte, Release});
+        const int expected[][2] = {{0, 5}, {254, 14}, {255, 15}};
+        for (const auto& row : expected) {
+            g_randomByte = static_cast<BYTE>(row[0]);
+            CHECK(KivGetRandomNumber(5, 10) == row[1]);
+        }
+    }
+    SwappedApi<kiv::CryptoApi> crypto;
+    SUBCASE("no functions") {
+        *crypto.operator->() = {};
+    }
+    SUBCASE("no context") {
+        crypto->acquireContext = RefuseContext;
+    }
+    std::srand(7);
+    const double fraction = std::rand() / 32767.0;
+    std::srand(7);
+    CHECK(KivGetRandomNumber(-100, 1000) == -100 + static_cast<int>(1000 * fraction));
 }

@@ -15,24 +15,12 @@ ServerProcess::Lines SplitLines(const std::string& text) {
     return lines;
 }
 
-// The registry calls of the child ask for the computer's name, which stands below HKLM.
-void CopyComputerName(HKEY machine) {
-    char name[MAX_COMPUTERNAME_LENGTH + 1];
-    DWORD size = sizeof name;
-    REQUIRE(::GetComputerNameA(name, &size));
-    ScopedRegistryKey key;
-    REQUIRE(::RegCreateKeyA(machine, "System\\CurrentControlSet\\Control\\ComputerName\\ActiveComputerName",
-                            key.Receive()) == ERROR_SUCCESS);
-    ::RegSetValueExA(key.Get(), "ComputerName", 0, REG_SZ, reinterpret_cast<const BYTE*>(name), size + 1);
-}
-
 constexpr const char* kSettingsKey = "Software\\TAV\\TAVSetup\\";
 
 }  // namespace
 
 ServerProcess::ServerProcess(const std::string& program)
     : m_program(program + (ThisRelease().empty() ? "" : "_" + ThisRelease()) + ".exe") {
-    CopyComputerName(m_machine.Handle());
     REQUIRE(::CreateDirectoryA((*this / "bin").c_str(), nullptr));
     REQUIRE(::CopyFileA((program + ".exe").c_str(), Program().c_str(), TRUE));
     for (const char* file : {"tavkivut.dll", "tavkivlg.dll"})
@@ -47,22 +35,12 @@ ServerProcess::Lines ServerProcess::Run(const std::string& operations) const {
     return SplitLines(result.output);
 }
 
-ServerProcess::Lines ServerProcess::Results(const std::string& operations) const {
-    Lines results;
-    for (const std::string& line : Run(operations)) {
-        if (line.rfind("= ", 0) == 0)
-            results.push_back(line.substr(2));
-    }
-    return results;
-}
-
-void ServerProcess::WriteConfig(std::string_view bytes) const {
-    WriteFileBytes(*this / "bin\\tavsetup.cfg", bytes);
-}
-
 std::string ServerProcess::MakeServer(const std::string& name, std::string_view config) const {
-    MakeServerFolder(*this / name, config);
-    return *this / name;
+    const std::string path = *this / name;
+    ::CreateDirectoryA(path.c_str(), nullptr);
+    ::CreateDirectoryA((path + "\\setup").c_str(), nullptr);
+    WriteFileBytes(path + "\\setup\\TavSetup.cfg", config);
+    return path;
 }
 
 void ServerProcess::WriteText(const std::string& key, const char* name, const char* text) const {
@@ -87,12 +65,6 @@ std::string ServerProcess::ReadText(const std::string& key, const char* name) co
         ::RegQueryValueExA(opened.Get(), name, nullptr, nullptr, reinterpret_cast<BYTE*>(text), &size) != ERROR_SUCCESS)
         return "(none)";
     return text;
-}
-
-void MakeServerFolder(const std::string& path, std::string_view config) {
-    ::CreateDirectoryA(path.c_str(), nullptr);
-    ::CreateDirectoryA((path + "\\setup").c_str(), nullptr);
-    WriteFileBytes(path + "\\setup\\TavSetup.cfg", config);
 }
 
 void WriteFileAt(const std::string& path, int seconds, std::string_view bytes) {

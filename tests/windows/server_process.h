@@ -13,19 +13,15 @@ namespace kiv::test {
 // stands for HKLM. Each Run is a new process.
 class ServerProcess {
 public:
-    explicit ServerProcess(const std::string& program = "server_child");  // runs as the release that the test runs as
+    explicit ServerProcess(const std::string& program);  // runs as the release that the test runs as
 
     using Lines = std::vector<std::string>;
 
     // What the operations of the program print.
     Lines Run(const std::string& operations) const;
 
-    // The results alone, without the log lines.
-    Lines Results(const std::string& operations) const;
-
     std::string operator/(const std::string& name) const { return m_directory / name; }
     const std::string& Path() const { return m_directory.Path(); }
-    void WriteConfig(std::string_view bytes) const;  // tavsetup.cfg beside the executable
 
     // A server's folder with setup\TavSetup.cfg; gives its path.
     std::string MakeServer(const std::string& name, std::string_view config) const;
@@ -41,9 +37,6 @@ private:
     TempDirectory m_directory;
     ScratchKey m_machine;
 };
-
-// Makes a server's setup folder with that configuration file in an existing place.
-void MakeServerFolder(const std::string& path, std::string_view config);
 
 // Makes a file that was written so many seconds after a fixed moment.
 void WriteFileAt(const std::string& path, int seconds, std::string_view bytes);
