@@ -48,6 +48,19 @@ void WriteListToRegistry(const std::string& list) {
         general[kServerListName] = list.c_str();
 }
 
+// A list that is there but cannot be read stays as it is.
+void AppendToRegistry(const char* path) {
+    CKivRegKey general(nullptr, nullptr, nullptr, KEY_ALL_ACCESS);
+    if (!general.create(kGeneralKeyPath, KEY_ALL_ACCESS, 0, nullptr))
+        return;
+    CKivRegValue value = general[kServerListName];
+    const char* const list = value;
+    if (list != nullptr)
+        value = ServerListWith(list, path).c_str();
+    else if (value.getLastError() == ERROR_FILE_NOT_FOUND)
+        value = path;
+}
+
 bool IsListed(const std::string& list, const char* path) {
     for (const std::string_view entry : SplitServerList(list)) {
         if (CKivPath::PathIsEqual(std::string(entry).c_str(), path) != 0)
@@ -106,10 +119,7 @@ void CKivInstServer::AddPath(const char* path) noexcept {
     const kiv::ServerListText inForce = kiv::ReadServerList();
     if (!inForce.isFallback && kiv::IsListed(inForce.text, path))
         return;
-    CKivRegKey general(nullptr, kiv::kGeneralKeyPath, nullptr, KEY_READ);
-    CKivRegValue written = general[kiv::kServerListName];
-    const char* const list = written;
-    kiv::WriteListToRegistry(kiv::ServerListWith(list == nullptr ? "" : list, path));
+    kiv::AppendToRegistry(path);
 }
 
 void CKivInstServer::RemovePath(unsigned int index) noexcept {

@@ -20,12 +20,13 @@ constexpr const char* kProductOption = "product";
 constexpr const char* kDefaultProduct = "TAVFRONTEND";
 constexpr std::string_view kServerVariable = "%TAVSrcDir%";
 
-// The product that the process was started for; null without the option. The command line is parsed once.
+kiv::Once g_optionsOnce;
+std::vector<kiv::CommandLineOption> g_options;  // of the process's command line
+
+// The product that the process was started for; null without the option.
 const std::string* RequestedProduct() {
-    static kiv::Once once;
-    static std::vector<kiv::CommandLineOption> options;
-    once.Run([] { options = kiv::ParseOptions(::GetCommandLineA()); });
-    return kiv::FindOption(options, kProductOption);
+    g_optionsOnce.Run([] { g_options = kiv::ParseOptions(::GetCommandLineA()); });
+    return kiv::FindOption(g_options, kProductOption);
 }
 
 // What a key file's entry means on that server.

@@ -45,7 +45,7 @@ bool OpenForWriting(CKivRegKey& key) noexcept {
         return true;
     if (!key.create(kiv::kPoliciesKeyPath, share, KEY_ALL_ACCESS, 0, nullptr))
         return false;
-    if (share != nullptr)
+    if (share != nullptr && share[0] != '\0')
         LetEveryoneRead(key);
     return true;
 }
@@ -56,8 +56,10 @@ unsigned int CKivInstServer::GetServerPolicy(const char* name, char* out, unsign
     if (out == nullptr || outSize == 0)
         return 0;
     out[0] = '\0';
+    if (name == nullptr)
+        return 0;
     CKivRegKey key(GetServerHost(), nullptr, nullptr, KEY_READ);
-    if (name == nullptr || !OpenForReading(key))
+    if (!OpenForReading(key))
         return 0;
     CKivRegValue value = key[name];
     const char* const text = value;

@@ -1,10 +1,8 @@
 #include "install/server_probe.h"
 
-#include <cstring>
 #include <new>
 
 #include "install/load_balancing.h"
-#include "install/server_list.h"
 #include "install/server_paths.h"
 #include "support/heap_text.h"
 #include "tavkivut/inst_server.h"

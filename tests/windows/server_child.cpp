@@ -77,6 +77,23 @@ std::string ChooseTwice(const std::string& argument) {
     return std::string(g_buffer) + (counts[0] == counts[1] ? "" : " left something behind");
 }
 
+// Unloads a copy of the library while a probe of it waits for 127.0.1.5, which is silent.
+std::string Unload(const std::string& directory) {
+    const std::string path = directory + "\\late.dll";
+    ::CopyFileA((directory + "\\tavkivut.dll").c_str(), path.c_str(), FALSE);
+    const HMODULE library = ::LoadLibraryA(path.c_str());
+    using Choice = int(char*, unsigned, const char**, int);
+    const auto choose = reinterpret_cast<Choice*>(
+        reinterpret_cast<void*>(::GetProcAddress(library, "_ZN14CKivInstServer23GetMostResponsiveServerEPcjPPKci")));
+    const char* list[] = {"\\\\127.0.1.5\\apps", "\\\\127.0.1.2\\apps"};
+    choose(g_buffer, sizeof g_buffer, list, 2);
+    ::FreeLibrary(library);
+    const bool held = ::GetModuleHandleA("late.dll") != nullptr;
+    kiv::test::WaitForThreads(g_threads);
+    const bool gone = ::GetModuleHandleA("late.dll") == nullptr;
+    return Quiet(std::string(g_buffer) + (held ? " held" : " not held") + (gone ? ", then gone" : " for ever"));
+}
+
 std::string AskAll() {
     char path[kKivServerPathSize];
     CKivInstServer::GetPath(path, 0);
@@ -167,6 +184,7 @@ constexpr ChildOperation kOperations[] = {
     {"random", [](const std::string&) { return CKivInstServer::GetRandomPath(g_buffer), Quiet(g_buffer); }},
     {"choose", Choose},
     {"choosetwice", ChooseTwice},
+    {"unload", Unload},
     {"together", Together},
     {"alive", [](const std::string& host) { return std::to_string(KivIsHostAlive(host.c_str(), 0)); }},
     {"session", [](const std::string& path) { return CKivInstServer::SetSessionServerPath(path.c_str()), Quiet(""); }},
