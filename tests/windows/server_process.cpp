@@ -36,11 +36,8 @@ ServerProcess::Lines ServerProcess::Run(const std::string& operations) const {
 }
 
 std::string ServerProcess::MakeServer(const std::string& name, std::string_view config) const {
-    const std::string path = *this / name;
-    ::CreateDirectoryA(path.c_str(), nullptr);
-    ::CreateDirectoryA((path + "\\setup").c_str(), nullptr);
-    WriteFileBytes(path + "\\setup\\TavSetup.cfg", config);
-    return path;
+    MakeServerFolder(*this / name, config);
+    return *this / name;
 }
 
 void ServerProcess::WriteText(const std::string& key, const char* name, const char* text) const {
@@ -65,6 +62,12 @@ std::string ServerProcess::ReadText(const std::string& key, const char* name) co
         ::RegQueryValueExA(opened.Get(), name, nullptr, nullptr, reinterpret_cast<BYTE*>(text), &size) != ERROR_SUCCESS)
         return "(none)";
     return text;
+}
+
+void MakeServerFolder(const std::string& path, std::string_view config) {
+    ::CreateDirectoryA(path.c_str(), nullptr);
+    ::CreateDirectoryA((path + "\\setup").c_str(), nullptr);
+    WriteFileBytes(path + "\\setup\\TavSetup.cfg", config);
 }
 
 void WriteFileAt(const std::string& path, int seconds, std::string_view bytes) {

@@ -38,6 +38,9 @@ private:
     ScratchKey m_machine;
 };
 
+// Makes a server's setup folder with that configuration file in an existing place.
+void MakeServerFolder(const std::string& path, std::string_view config);
+
 // Makes a file that was written so many seconds after a fixed moment.
 void WriteFileAt(const std::string& path, int seconds, std::string_view bytes);
 
