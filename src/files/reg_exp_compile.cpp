@@ -211,8 +211,8 @@ char* CRegExp::ParseSet() noexcept {
             regc(*m_parse++);
             continue;
         }
-        const int first = static_cast<signed char>(m_parse[-1]);  // emitted already
-        const int last = static_cast<signed char>(m_parse[1]);
+        const auto first = static_cast<signed char>(m_parse[-1]);  // emitted already
+        const auto last = static_cast<signed char>(m_parse[1]);
         if (first > last)
             return nullptr;
         for (int member = first + 1; member <= last; ++member)

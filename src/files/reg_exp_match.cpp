@@ -16,7 +16,7 @@ namespace {
 // character, and not beyond this size: longer texts do without.
 constexpr std::size_t kVisitsForEachCharacter = 16;
 constexpr std::size_t kFirstLookAtVisits = 4096;
-constexpr std::size_t kMostMarkBytes = 64 * 1024 * 1024;
+constexpr std::size_t kMostMarkBytes = std::size_t{64} * 1024 * 1024;
 constexpr std::size_t kNever = std::numeric_limits<std::size_t>::max();
 
 struct Release {
@@ -47,9 +47,9 @@ public:
     }
 
     bool Search(const char* must, MatchedGroups groups) noexcept {
-        const char* mustAt = must == nullptr ? nullptr : m_from - 1;
+        const char* mustAt = nullptr;  // the first place of `must` that is not before the last start
         for (const char* at = NextStart(m_from); at != nullptr && !m_exhausted; at = NextStart(at + 1)) {
-            if (must != nullptr && at > mustAt && (mustAt = std::strstr(at, must)) == nullptr)
+            if (must != nullptr && (mustAt == nullptr || at > mustAt) && (mustAt = std::strstr(at, must)) == nullptr)
                 return false;
             if (MatchAt(at, groups))
                 return true;
