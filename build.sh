@@ -39,6 +39,7 @@ readonly packages_windows=(g++-mingw-w64-i686-win32 g++-mingw-w64-x86-64-win32 w
     libcli11-dev nlohmann-json3-dev doctest-dev iproute2 procps util-linux)
 readonly packages_lint=(clang clang-format clang-tidy cppcheck)
 readonly packages_fuzz=(clang libclang-rt-14-dev)
+readonly packages_bench=(libpcre2-dev zlib1g-dev)
 readonly packages_dist=(zip)
 
 is_installed() {
@@ -160,7 +161,7 @@ demo() {
 }
 
 bench() {
-    setup_to_build
+    setup "${packages_common[@]}" "${packages_windows[@]}" "${packages_bench[@]}"
     note "build"
     build_preset i686-release
     build_preset native-bench
