@@ -4,7 +4,6 @@
 #include "support/log.h"
 
 #include "install/option_table.h"
-#include "install/server_list.h"
 #include "install/server_paths.h"
 #include "support/ascii.h"
 #include "support/once.h"

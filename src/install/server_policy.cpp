@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <cstring>
 
 #include "support/windows_api.h"

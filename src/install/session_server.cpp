@@ -10,7 +10,6 @@
 #include "install/server_list.h"
 #include "install/server_paths.h"
 #include "support/code_page.h"
-#include "support/heap_text.h"
 #include "support/lazy_lock.h"
 #include "support/once.h"
 #include "tavkivut/frame.h"
