@@ -197,7 +197,8 @@ private:
 // One access-control entry (ACE): whom it concerns, which rights, and whether it allows or denies them.
 //
 // Entries of the types 0 (allowed), 1 (denied), 2 (audit) and 3 (alarm) hold a SID. Entries of other types, as a
-// foreign list may have them, are copied, compared and added as they are; their SID is not found.
+// foreign list may have them, are copied and compared as they are; their SID is not found, and CKivAcl does not take
+// them.
 class KIV_API CKivAce {
 public:
     // A copy; null, or an entry whose size does not fit what it holds, makes an empty object (last error 87).
@@ -319,9 +320,9 @@ private:
 // A security descriptor in its absolute form, with its own copies of owner, primary group and access-control list
 // (DACL). It never points into memory that it does not own. Copies have no primary group and no audit list (SACL).
 //
-// An absent DACL, a null DACL and a list without entries are three different things: a null DACL, which only
-// SetDacl(null) makes, grants everything to everyone, a list without entries grants nothing. Applying a descriptor
-// whose DACL is absent leaves the choice to the system; some take it for a null DACL.
+// An absent DACL, a null DACL and a list without entries are three different things: a null DACL, which
+// SetDacl(null) makes and copies keep, grants everything to everyone, a list without entries grants nothing. Applying a
+// descriptor whose DACL is absent leaves the choice to the system; some take it for a null DACL.
 class KIV_API CKivSecurityDescriptor {
 public:
     // As the assignment, so the default is a descriptor without owner, group and DACL.
