@@ -71,8 +71,14 @@ LONG DeleteByName(HKEY parent, const char* name, REGSAM view) {
     return ::RegDeleteKeyA(parent, name);
 }
 
+// Whether opening a subkey by the name that it shows could give the parent: "" is one that begins with a NUL, and
+// characters that resemble a backslash show as one.
+bool MayLeadToParent(const char* name) {
+    return *name == '\0' || *name == '\\';
+}
+
 LONG DeleteEmptyKey(HKEY parent, const char* name, bool plain, REGSAM view) {
-    if (*name == '\0')  // would be the parent itself
+    if (MayLeadToParent(name))
         return ERROR_INVALID_NAME;
     if (plain || CKivSystem::IsNT() != 0)
         return DeleteByName(parent, name, view);
@@ -86,7 +92,7 @@ LONG DeleteEmptyKey(HKEY parent, const char* name, bool plain, REGSAM view) {
 Level OpenLevel(HKEY parent, const ElementName& name, REGSAM access) {
     Level level;
     level.name = name;
-    if (name.text[0] == '\0')  // a name that begins with a NUL; opening it would give the parent
+    if (MayLeadToParent(name.text))
         return level;
     const DWORD options = CKivSystem::IsNT() == 0 ? REG_OPTION_OPEN_LINK : 0;
     HKEY opened;

@@ -6,6 +6,7 @@
 #include "registry/key_elements.h"
 #include "registry/key_path.h"
 #include "registry/shared_key.h"
+#include "support/code_page.h"
 #include "support/heap_text.h"
 #include "tavkivut/registry.h"
 
@@ -93,9 +94,9 @@ void CKivRegKey::iterator::Normalize() noexcept {
 }
 
 // The key stays open from one step to the next. One that has been deleted meanwhile answers with an error; what stands
-// at its path by then is opened in its place, as if it were opened anew for each step.
+// at its path by then is opened in its place, as if it were opened anew for each step. Without a path the walk ends.
 void CKivRegKey::iterator::Advance(ElementKind kind) noexcept {
-    if (m_name == nullptr || m_key == nullptr)
+    if (m_name == nullptr)
         return;
     const REGSAM view = m_permissions & kiv::kViewBits;
     const bool nameless = m_wksta != nullptr && *m_wksta == '\0';
@@ -103,7 +104,7 @@ void CKivRegKey::iterator::Advance(ElementKind kind) noexcept {
     LONG status = ERROR_INVALID_HANDLE;
     if (m_walked != nullptr)
         status = kiv::ElementBehind(m_walked->handle, kind, view, m_name, m_position, found);
-    if (status != ERROR_SUCCESS && !EndsWalk(status)) {
+    if (m_key != nullptr && status != ERROR_SUCCESS && !EndsWalk(status)) {
         KivSharedKey::Release(m_walked);
         Normalize();
         HKEY opened;
@@ -132,9 +133,10 @@ CKivRegKey::iteratorKeys::iteratorKeys(const char* wksta, const char* key, const
 
 CKivRegKey::iteratorKeys::iteratorKeys(const iterator& other) noexcept : iterator(other) {}
 
-// A name that begins with a NUL shows as "" and would open the walked key itself: whoever goes down would never end.
+// A name that begins with a NUL shows as "", and others show as nothing but backslashes. They would open the walked key
+// itself: whoever goes down would never end.
 CKivRegKey CKivRegKey::iteratorKeys::operator*() noexcept {
-    const bool hidden = m_name != nullptr && *m_name == '\0';
+    const bool hidden = m_name != nullptr && kiv::WithoutTrailingBackslashes(m_name, kiv::IsAnsiLeadByte).empty();
     return CKivRegKey(m_wksta, hidden ? nullptr : m_key, m_name, m_permissions);
 }
 

@@ -1,5 +1,6 @@
 #include <cstring>
 #include <string>
+#include <string_view>
 
 #include "support/windows_api.h"
 
@@ -17,6 +18,12 @@ namespace {
 
 std::string ParentOf(const char* path) {
     return std::string(kiv::ParentKeyPath(path, IsAnsiLeadByte));
+}
+
+// Whether a subkey's name, as the code page shows it, can stand in a path. One that begins with a NUL shows as "", and
+// characters that resemble a backslash show as one: the path would lead to another key.
+bool FitsPath(const char* name) {
+    return *name != '\0' && kiv::LastBackslash(name, IsAnsiLeadByte) == std::string_view::npos;
 }
 
 }  // namespace
@@ -91,8 +98,10 @@ int CKivRegKey::getIndex() noexcept {
 }
 
 CKivRegKey& CKivRegKey::operator++() noexcept {
-    if (m_key == nullptr)
+    if (m_key == nullptr) {
+        close();
         return *this;
+    }
     const std::string parentPath = ParentOf(m_key);
     HKEY opened;
     if (kiv::OpenKeyPath(m_wksta, parentPath.c_str(), 0, m_permissions, opened) != ERROR_SUCCESS) {
@@ -102,8 +111,10 @@ CKivRegKey& CKivRegKey::operator++() noexcept {
     const kiv::ScopedRegistryKey parent(opened);
     unsigned long position = m_position;
     kiv::ElementName sibling;
-    const LONG status = kiv::ElementBehind(parent.Get(), ElementKind::kSubkey, m_permissions & kiv::kViewBits,
-                                           getName(), position, sibling);
+    LONG status = kiv::ElementBehind(parent.Get(), ElementKind::kSubkey, m_permissions & kiv::kViewBits, getName(),
+                                     position, sibling);
+    while (status == ERROR_SUCCESS && !FitsPath(sibling.text))
+        status = kiv::ElementAt(parent.Get(), ElementKind::kSubkey, ++position, sibling);
     if (status != ERROR_SUCCESS) {
         close();
         return *this;

@@ -157,12 +157,22 @@ TEST_CASE("names that the code page shows alike do not hold up an erasure") {
     CHECK(ValueNames(opened.key) == Names{"?", "?"});
 }
 
-TEST_CASE("a subkey whose name begins with a NUL is not taken for its parent") {
+TEST_CASE("a subkey whose name leads to its parent is not taken for it") {
+    std::wstring hidden;
+    Names shown;
+    SUBCASE("one that begins with a NUL") {
+        hidden = {L'\0', L'x'};
+        shown = {""};
+    }
+    SUBCASE("one that the code page shows as a backslash") {
+        hidden = L"\xFF3C";
+        shown = {"\\"};
+    }
     Opened opened;
     const auto create = reinterpret_cast<NtCreateKeyCall>(
         reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleA("ntdll.dll"), "NtCreateKey")));
-    wchar_t hidden[] = {L'\0', L'x'};
-    UNICODE_STRING name{sizeof hidden, sizeof hidden, hidden};
+    const auto size = static_cast<USHORT>(hidden.size() * sizeof(wchar_t));
+    UNICODE_STRING name{size, size, hidden.data()};
     OBJECT_ATTRIBUTES attributes;
     InitializeObjectAttributes(&attributes, &name, OBJ_CASE_INSENSITIVE, opened.key, nullptr);
     HANDLE created = nullptr;
@@ -170,9 +180,14 @@ TEST_CASE("a subkey whose name begins with a NUL is not taken for its parent") {
     const kiv::ScopedRegistryKey subkey(static_cast<HKEY>(created));
     SetText(opened.key, "kept", "");
     CreateSubkey(opened.key, "z");
+
+    CKivRegKey sibling(nullptr, opened.key.getKey(), "missing");
+    CHECK((++sibling).getKey() == opened.scratch.Path() + "\\z");
+    CHECK((++sibling).getKey() == nullptr);
+
     CHECK(EraseAllKeys(opened.key));
     CHECK(opened.key.getLastError() == ERROR_INVALID_NAME);
-    CHECK(SubkeyNames(opened.key) == Names{""});
+    CHECK(SubkeyNames(opened.key) == shown);
     CHECK(ValueNames(opened.key) == Names{"kept"});
     CHECK(*opened.key.beginKeys() == nullptr);
     kiv::Registry().ntDeleteKey(subkey.Get());

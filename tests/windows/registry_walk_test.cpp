@@ -140,6 +140,21 @@ TEST_CASE("a position that was made by hand meets the end of its key") {
     CHECK(++nowhere == CKivRegKey::iterator(nullptr, "", nullptr));
 }
 
+TEST_CASE("walks and erasures in an attached key without a path end") {
+    const ScratchKey scratch;
+    CreateSubkeys(scratch.Handle(), {"a", "b"});
+    HKEY handle;
+    REQUIRE(::RegOpenKeyExA(scratch.Handle(), "", 0, KEY_ALL_ACCESS, &handle) == ERROR_SUCCESS);
+    CKivRegKey key;
+    key.attach(handle);
+    CHECK(WalkKeys(key) == Names{"a"});
+    auto first = key.findKey("b");
+    CKivRegKey::iterator foreign(nullptr, "HKCU\\elsewhere", nullptr);
+    CHECK(key.erase(first, foreign));
+    CHECK(SubkeyNames(scratch.Handle()) == Names{"a"});
+    CHECK(++key == nullptr);
+}
+
 TEST_CASE("a walk goes on from where its element is, or from the first when it is gone") {
     const ScratchKey scratch;
     CreateSubkeys(scratch.Handle(), {"a", "c", "e", "g"});
