@@ -1,5 +1,6 @@
 #include "registry/key_access.h"
 
+#include <algorithm>
 #include <string>
 
 #include "registry/key_path.h"
@@ -55,7 +56,7 @@ LONG RunInPieces(HKEY root, std::string_view subkeys, const Call& call, HKEY& ke
         if (status != ERROR_SUCCESS)
             return status;
         reached.Reset(next);
-        subkeys.remove_prefix(end + 1);
+        subkeys.remove_prefix(std::min(subkeys.find_first_not_of('\\', end), subkeys.size()));
     }
     const std::string last(subkeys);
     return call.Run(reached ? reached.Get() : root, last.c_str(), key);

@@ -14,16 +14,16 @@ bool CKivRegKey::setAccess(AccessType type, void* token) noexcept {
     CKivSid user;
     CKivAcl acl;
     CKivSecurityDescriptor sd;
-    bool set = true;
+    bool listed = true;
     if (type == AccessRestricted) {
         user = CKivSid::FromTokenUser(token);
-        set = acl.AddAce(ACCESS_ALLOWED_ACE_TYPE, OBJECT_INHERIT_ACE | CONTAINER_INHERIT_ACE, KEY_ALL_ACCESS, user);
+        listed = acl.AddAce(ACCESS_ALLOWED_ACE_TYPE, OBJECT_INHERIT_ACE | CONTAINER_INHERIT_ACE, KEY_ALL_ACCESS, user);
     }
     // Without a list this is a null DACL.
-    set = set && sd.SetDacl(acl) && sd.SetRegKeyDacl(m_handle);
+    const bool set = listed && sd.SetDacl(acl) && sd.SetRegKeyDacl(m_handle);
     m_lastError = set ? ERROR_SUCCESS : ::GetLastError();
-    // To become the owner needs more rights than to set a DACL; the key is restricted all the same.
-    if (set && type == AccessRestricted && sd.SetOwner(user))
+    // To become the owner needs other rights than to set a DACL: each is done whether or not the other can be.
+    if (listed && type == AccessRestricted && sd.SetOwner(user))
         sd.SetRegKeyOwner(m_handle);
     return set;
 }
