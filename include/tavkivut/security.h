@@ -93,6 +93,7 @@ protected:
 
 private:
     friend struct CKivSidLayout;
+    friend class CKivSecurityDescriptor;
     void* m_sid;
     int m_heapOwned;  // 1: a block of the process heap; 0: made by the system's allocator, which FreeSid undoes
     char* m_text;     // found at the first request, as are name and domain

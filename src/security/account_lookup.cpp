@@ -4,6 +4,7 @@
 #include "support/heap_text.h"
 
 #include <cstdlib>
+#include <utility>
 
 namespace kiv {
 namespace {
@@ -20,10 +21,9 @@ ScopedHeapBlock TrySidOfName(const char* account, DWORD& sidSize, DWORD& domainS
     SID_NAME_USE use;
     if (!sid || !domain ||
         !Accounts().sidOfName(nullptr, account, sid.Get(), &sidSize, static_cast<char*>(domain.Get()), &domainSize,
-                              &use) ||
-        !::IsValidSid(sid.Get()))
+                              &use))
         sid.Reset();
-    return sid;
+    return ValidSid(std::move(sid));
 }
 
 char* AllocateText(DWORD size) noexcept {
@@ -52,6 +52,14 @@ void AccountApi::Load() noexcept {
 
 const AccountApi& Accounts() noexcept {
     return DynamicApi<AccountApi>::Get();
+}
+
+ScopedHeapBlock ValidSid(ScopedHeapBlock sid) noexcept {
+    if (sid && !::IsValidSid(sid.Get())) {
+        ::SetLastError(ERROR_INVALID_SID);
+        sid.Reset();
+    }
+    return sid;
 }
 
 ScopedHeapBlock FindAccountSid(const char* account) noexcept {

@@ -15,6 +15,9 @@ struct AccountApi {
 };
 const AccountApi& Accounts() noexcept;
 
+// What a look-up that succeeded gave; null, with last error 1337, when that is no SID.
+ScopedHeapBlock ValidSid(ScopedHeapBlock sid) noexcept;
+
 // The SID of an account on the local machine, in a block of the process heap; null when there is none. An empty name is
 // nobody, although the system would answer the built-in domain.
 ScopedHeapBlock FindAccountSid(const char* account) noexcept;

@@ -1,5 +1,9 @@
 #include "security/account_right.h"
 
+#include <new>
+#include <string>
+#include <utility>
+
 #include "security/account_lookup.h"
 #include "security/nt_family.h"
 #include "security/process_heap.h"
@@ -12,6 +16,7 @@
 namespace {
 
 constexpr std::size_t kMostCharacters = 255;
+constexpr std::size_t kMostBytes = 3 * kMostCharacters;  // in any code page
 
 struct PolicyTraits {
     using Type = LSA_HANDLE;
@@ -24,6 +29,19 @@ int Fail(DWORD error, const char* text) noexcept {
     KIV_LOG_WIN32_TEXT(error, text, kiv::kLogMain);
     ::SetLastError(error);
     return 0;
+}
+
+// A text, null as an empty one, as UTF-16. A Win32 error when it is too long or memory is exhausted.
+DWORD Widen(const char* text, std::wstring& wide) noexcept {
+    const std::string_view ansi = text != nullptr ? text : "";
+    if (ansi.size() > kMostBytes)
+        return ERROR_INVALID_PARAMETER;
+    try {
+        wide = kiv::WideFromAnsi(ansi);
+    } catch (const std::bad_alloc&) {
+        return ERROR_NOT_ENOUGH_MEMORY;
+    }
+    return wide.size() <= kMostCharacters ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER;
 }
 
 // The text as the authority counts it: bytes without the terminator, and with it.
@@ -49,9 +67,9 @@ kiv::ScopedHeapBlock FindAccountOn(const char* machine, const char* account) noe
         return sid;
     sid.Reset(kiv::AllocateHeapBlock(size));
     domainSize = sizeof domain;
-    if (sid && (!lookUp(machine, account, sid.Get(), &size, domain, &domainSize, &use) || !::IsValidSid(sid.Get())))
+    if (sid && !lookUp(machine, account, sid.Get(), &size, domain, &domainSize, &use))
         sid.Reset();
-    return sid;
+    return kiv::ValidSid(std::move(sid));
 }
 
 }  // namespace
@@ -75,9 +93,9 @@ int KIV_CALL KivAddAccountPrivilege(const char* machine, const char* account, co
     const kiv::LsaApi& lsa = kiv::Lsa();
     if (!lsa.Complete())
         return Fail(ERROR_PROC_NOT_FOUND, kNoPolicy);
-    std::wstring system = kiv::WideFromAnsi(machine != nullptr ? machine : "");
-    if (system.size() > kMostCharacters)
-        return Fail(ERROR_INVALID_PARAMETER, kNoPolicy);
+    std::wstring system;
+    if (const DWORD error = Widen(machine, system))
+        return Fail(error, kNoPolicy);
     LSA_UNICODE_STRING countedSystem = Counted(system);
     LSA_OBJECT_ATTRIBUTES attributes{};
     ScopedPolicy policy;
@@ -87,8 +105,10 @@ int KIV_CALL KivAddAccountPrivilege(const char* machine, const char* account, co
         return Fail(lsa.errorOfStatus(status), kNoPolicy);
 
     constexpr const char* kNotAdded = "Failed to add account right";
-    std::wstring wideRight = kiv::WideFromAnsi(right != nullptr ? right : "");
-    if (wideRight.empty() || wideRight.size() > kMostCharacters)
+    std::wstring wideRight;
+    if (const DWORD error = Widen(right, wideRight))
+        return Fail(error, kNotAdded);
+    if (wideRight.empty())
         return Fail(ERROR_INVALID_PARAMETER, kNotAdded);
     const kiv::ScopedHeapBlock sid = FindAccountOn(machine, account);
     if (!sid)

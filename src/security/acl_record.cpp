@@ -41,7 +41,8 @@ void AddTextEntry(AclBuilder& builder, const AclTextEntry& entry) {
     if (const std::size_t length = WriteSidOf(entry, sid)) {
         std::uint8_t ace[kAceSidOffset + kSidSizeLimit];
         WriteAce(ace, entry.type, entry.flags, entry.mask, sid, length);
-        builder.Add({ace});
+        if (const std::uint32_t error = builder.Add({ace}))
+            ::SetLastError(error);
     }
 }
 

@@ -34,7 +34,10 @@ const ObjectSecurityApi& Api() noexcept {
 }
 
 DWORD StatusOf(BOOL done) noexcept {
-    return done ? ERROR_SUCCESS : ::GetLastError();
+    if (done)
+        return ERROR_SUCCESS;
+    const DWORD error = ::GetLastError();
+    return error != ERROR_SUCCESS ? error : ERROR_GEN_FAILURE;
 }
 DWORD StatusOf(LSTATUS status) noexcept {
     return static_cast<DWORD>(status);
@@ -61,6 +64,7 @@ void* ReadDescriptor(const Query& query) noexcept {
         return nullptr;
     SECURITY_DESCRIPTOR none;  // some systems refuse a null pointer even for a size of 0
     DWORD size = 0;
+    ::SetLastError(ERROR_SUCCESS);  // a failure that sets none must not pass for the one that tells the size
     DWORD error = query(&none, 0, &size);
     if (error != ERROR_INSUFFICIENT_BUFFER) {
         ::SetLastError(error);

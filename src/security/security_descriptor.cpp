@@ -1,6 +1,7 @@
 #include "support/windows_api.h"
 
 #include <cstring>
+#include <utility>
 
 #include "security/acl_record.h"
 #include "security/descriptor_parts.h"
@@ -18,6 +19,16 @@ constexpr SECURITY_DESCRIPTOR_CONTROL kKeptMarks =
 int Fail(DWORD error) noexcept {
     ::SetLastError(error);
     return 0;
+}
+
+// False, with the last error, for a SID that cannot be copied.
+bool CopySidInto(CKivSid& copy, void* sid) noexcept {
+    if (sid != nullptr && !::IsValidSid(sid)) {
+        ::SetLastError(ERROR_INVALID_SID);
+        return false;
+    }
+    copy = sid;
+    return sid == nullptr || copy.GetSid() != nullptr;
 }
 
 // A DACL on its way from one descriptor to another.
@@ -120,21 +131,21 @@ ACL* CKivSecurityDescriptor::GetDacl() const noexcept {
 int CKivSecurityDescriptor::SetOwner(void* const sid) noexcept {
     if (m_sd == nullptr)
         return Fail(ERROR_INVALID_PARAMETER);
-    if (sid != nullptr && !::IsValidSid(sid))
-        return Fail(ERROR_INVALID_SID);
-    m_owner = sid;
-    const bool copied = sid == nullptr || m_owner.GetSid() != nullptr;
-    return ::SetSecurityDescriptorOwner(m_sd, m_owner.GetSid(), FALSE) && copied;
+    CKivSid copy;
+    if (!CopySidInto(copy, sid))
+        return 0;
+    std::swap(m_owner.m_sid, copy.m_sid);  // both blocks of the process heap, as copies are
+    return ::SetSecurityDescriptorOwner(m_sd, m_owner.GetSid(), FALSE);
 }
 
 int CKivSecurityDescriptor::SetPrimaryGroup(void* const sid) noexcept {
     if (m_sd == nullptr)
         return Fail(ERROR_INVALID_PARAMETER);
-    if (sid != nullptr && !::IsValidSid(sid))
-        return Fail(ERROR_INVALID_SID);
-    m_group = sid;
-    const bool copied = sid == nullptr || m_group.GetSid() != nullptr;
-    return ::SetSecurityDescriptorGroup(m_sd, m_group.GetSid(), FALSE) && copied;
+    CKivSid copy;
+    if (!CopySidInto(copy, sid))
+        return 0;
+    std::swap(m_group.m_sid, copy.m_sid);  // both blocks of the process heap, as copies are
+    return ::SetSecurityDescriptorGroup(m_sd, m_group.GetSid(), FALSE);
 }
 
 int CKivSecurityDescriptor::SetDacl(ACL* const acl) noexcept {
@@ -183,17 +194,19 @@ bool CKivSecurityDescriptor::CopyFrom(void* source, bool withGroup) noexcept {
             ::SetLastError(error);
             return false;
         }
-        owner = kiv::DescriptorOwner(source);
-        if (withGroup)
-            group = kiv::DescriptorGroup(source);
+        if (!CopySidInto(owner, kiv::DescriptorOwner(source)) ||
+            (withGroup && !CopySidInto(group, kiv::DescriptorGroup(source))))
+            return false;
     }
     kiv::ScopedHeapBlock block = NewDescriptor(source, dacl);
     if (!block)
         return false;
     Clear();
     m_sd = block.Release();
-    SetOwner(owner.GetSid());
-    SetPrimaryGroup(group.GetSid());
+    std::swap(m_owner.m_sid, owner.m_sid);
+    std::swap(m_group.m_sid, group.m_sid);
+    ::SetSecurityDescriptorOwner(m_sd, m_owner.GetSid(), FALSE);
+    ::SetSecurityDescriptorGroup(m_sd, m_group.GetSid(), FALSE);
     if (dacl.present && dacl.foreignTypes == nullptr)
         AdoptDacl(dacl.list.Release());
     return true;

@@ -1,7 +1,6 @@
 #include "support/windows_api.h"
 
 #include <cstddef>
-#include <cstring>
 
 #include "security/descriptor_parts.h"
 #include "security/nt_family.h"
@@ -43,13 +42,11 @@ void* CKivSecurityDescriptor::MakeSelfRelativeCopy(void* const sd) noexcept {
         ::SetLastError(ERROR_INVALID_SECURITY_DESCR);
         return nullptr;
     }
-    // Asked to convert what is self-relative already, systems give different errors.
+    // The system converts nothing that is self-relative already, and its length does not tell how far it reaches when
+    // parts share their bytes or leave gaps. So the parts are put together anew.
     if (IsSelfRelative(sd)) {
-        const DWORD length = ::GetSecurityDescriptorLength(sd);
-        LocalBlock copy = AllocateLocalBlock(length);
-        if (copy)
-            std::memcpy(copy.Get(), sd, length);
-        return copy.Release();
+        const kiv::ScopedHeapBlock absolute(MakeAbsoluteCopy(sd));
+        return absolute ? MakeSelfRelativeCopy(absolute.Get()) : nullptr;
     }
     DWORD size = 0;
     if (::MakeSelfRelativeSD(sd, nullptr, &size) || ::GetLastError() != ERROR_INSUFFICIENT_BUFFER)

@@ -178,8 +178,14 @@ int CKivToken::GetImpersonationLevel(SECURITY_IMPERSONATION_LEVEL* out) const no
 }
 
 int CKivToken::IsPrivilegeEnabled(const char* name) const noexcept {
+    if (!IsNtFamily())
+        return 0;
+    if (name == nullptr) {
+        ::SetLastError(ERROR_INVALID_PARAMETER);
+        return 0;
+    }
     LUID id;
-    if (!IsNtFamily() || name == nullptr || !::LookupPrivilegeValueA(nullptr, name, &id))
+    if (!::LookupPrivilegeValueA(nullptr, name, &id))
         return 0;
     int enabled = 0;
     TOKEN_PRIVILEGES* privileges = AllocPrivileges();

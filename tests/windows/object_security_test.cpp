@@ -162,6 +162,10 @@ BOOL WINAPI GetAtOnce(SC_HANDLE, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR, DWO
     return TRUE;
 }
 
+BOOL WINAPI FailUnexplained(SC_HANDLE, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR, DWORD, DWORD*) {
+    return FALSE;
+}
+
 const HANDLE kObject = reinterpret_cast<HANDLE>(77);
 const SC_HANDLE kService = reinterpret_cast<SC_HANDLE>(78);
 
@@ -197,6 +201,9 @@ TEST_CASE("a descriptor that cannot be read leaves the object as it was") {
     g_growths = 2;
     CHECK(sd.FromService(kService) == 0);
     CHECK(::GetLastError() == ERROR_INSUFFICIENT_BUFFER);
+    api->getService = &FailUnexplained;
+    CHECK(sd.FromService(kService) == 0);
+    CHECK(::GetLastError() == ERROR_GEN_FAILURE);
     api->getService = &GetAtOnce;
     CHECK(sd.FromService(kService) == 0);
     CHECK(sd.SetServiceDacl(kService) == 0);

@@ -225,6 +225,18 @@ TEST_CASE("both forms are made as one block") {
     }
     CHECK(CKivSecurityDescriptor::MakeSelfRelativeCopy(nullptr) == nullptr);
     CHECK(CKivSecurityDescriptor::MakeAbsoluteCopy(nullptr) == nullptr);
+
+    // A SID that is owner and group at once, behind a gap.
+    struct {
+        SECURITY_DESCRIPTOR_RELATIVE header;
+        char gap[80];
+        unsigned char sid[12];
+    } shared = {{1, 0, SE_SELF_RELATIVE, 100, 100, 0, 0}, {}, {1, 1, 0, 0, 0, 0, 0, 5, 18}};
+    void* const copy = CKivSecurityDescriptor::MakeSelfRelativeCopy(&shared);
+    REQUIRE(copy != nullptr);
+    CHECK(::LocalSize(copy) == ::GetSecurityDescriptorLength(copy));
+    CHECK(SddlOf(copy) == "O:SYG:SY");
+    ::LocalFree(copy);
 }
 
 TEST_CASE("objects of all kinds leave nothing behind") {
