@@ -31,7 +31,7 @@ enum class ElementKind : int;  // internal: subkeys or values
 class KIV_API CKivRegKey {
 public:
     // Whom setAccess lets in.
-    enum AccessType {
+    enum AccessType : int {
         AccessEveryone = 0,   // everybody, fully
         AccessRestricted = 1  // the token's user only, who also becomes the owner
     };

@@ -17,22 +17,27 @@ bool OpenForReading(CKivRegKey& key) noexcept {
            key.open(kiv::kPoliciesKeyPath, KEY_READ);
 }
 
-// Lets everyone read a key, beside whom its list lets in already. A key without a list is open to all as it is.
+// Lets everyone read a key, beside whom its list lets in already. A key without a list, or with a null one, is open to
+// all as it is. A list that cannot be copied, as one with entries of other types, stays as it is too.
 void LetEveryoneRead(HKEY key) noexcept {
     CKivSecurityDescriptor sd;
-    if (CKivSystem::IsNT() != 0 || !sd.FromRegKey(key) || sd.GetDacl() == nullptr)
+    ACL* list = nullptr;
+    if (CKivSystem::IsNT() != 0 || !sd.FromRegKey(key) || !sd.GetDacl(&list) || list == nullptr)
+        return;
+    CKivAcl acl(list);
+    if (acl.GetAcl() == nullptr)
         return;
     CKivSid everyone;
     everyone = CKivSid::WKS_EVERYONE;
-    CKivAcl acl(sd.GetDacl());
     if (!acl.AddAce(CKivAce(everyone, GENERIC_READ, 1)) || !sd.SetDacl(acl))
         return;
     // A copy of a list has its denied entries in front, inherited ones too. So the order is mended in the descriptor's
     // own list, by a list of the same size.
     acl = sd.GetDacl();
+    if (acl.GetAcl() == nullptr)
+        return;
     acl.SetPreferredDaclOrder();
-    if (acl.GetAcl() != nullptr)
-        std::memcpy(sd.GetDacl(), acl.GetAcl(), acl.GetAcl()->AclSize);
+    std::memcpy(sd.GetDacl(), acl.GetAcl(), acl.GetAcl()->AclSize);
     sd.SetRegKeyDacl(key);
 }
 
