@@ -77,7 +77,7 @@ public:
     // Writes the list without the entry at that index to the registry. Nothing happens beyond the list's end.
     static void RemovePath(unsigned int index) noexcept;
 
-    // Sets the session server; "" or null unset it, so that the next GetPath chooses again.
+    // Sets the session server; "" unsets it, so that the next GetPath chooses again. Null changes nothing.
     static void SetSessionServerPath(const char* path) noexcept;
 
     // Not 0: the fallback path is written to the registry's list whenever it is used. 0 at the start.

@@ -74,14 +74,15 @@ void CutAt(HANDLE file, ULONGLONG size) noexcept {
 }
 
 // All of the bytes or, when the disk is full in the middle, none.
-bool WriteAtEnd(HANDLE file, ULONGLONG size, std::string_view bytes) noexcept {
+bool WriteAtEnd(HANDLE file, std::string_view bytes) noexcept {
     LONG high = 0;
-    ::SetFilePointer(file, 0, &high, FILE_END);
+    const DWORD low = ::SetFilePointer(file, 0, &high, FILE_END);
+    const ULONGLONG end = static_cast<ULONGLONG>(static_cast<DWORD>(high)) << 32 | low;
     DWORD written = 0;
     if (::WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) && written == bytes.size())
         return true;
     if (written != 0)
-        CutAt(file, size);
+        CutAt(file, end);
     return false;
 }
 
@@ -108,7 +109,8 @@ bool LogFile::Append(std::string_view lines) noexcept {
     const DWORD waited = ::GetTickCount() - start;
     kiv::ScopedFile ownFile;
     kiv::ScopedFile& file = lock.IsOwned() ? m_inUse : ownFile;
-    const bool done = AppendTo(file, waited < patience ? patience - waited : 0, lines);
+    const bool mayRotate = lock.IsOwned() || !m_mutex;
+    const bool done = AppendTo(file, waited < patience ? patience - waited : 0, mayRotate, lines);
     file.Reset();
     if (patience != 0 && !done)
         __atomic_store_n(&m_givenUpAt, start, __ATOMIC_RELAXED);
@@ -122,23 +124,21 @@ DWORD LogFile::Patience(DWORD now) const noexcept {
     return isGivenUp && now - __atomic_load_n(&m_givenUpAt, __ATOMIC_RELAXED) < kHoldOff ? 0 : kMostPatience;
 }
 
-bool LogFile::AppendTo(kiv::ScopedFile& file, DWORD patience, std::string_view lines) const noexcept {
+bool LogFile::AppendTo(kiv::ScopedFile& file, DWORD patience, bool mayRotate, std::string_view lines) const noexcept {
     file = OpenForWriting(patience);
     ULONGLONG size = 0;
     if (!file || !GetSize(file.Get(), size))
         return false;
-    if (m_maxSize != 0 && size != 0 && size + lines.size() > m_maxSize) {
+    if (mayRotate && m_maxSize != 0 && size != 0 && size + lines.size() > m_maxSize) {
         file.Reset();
         Rotate();
         file = OpenForWriting(patience);
         if (!file || !GetSize(file.Get(), size))
             return false;
-        if (size / 2 >= m_maxSize) {  // the old copy is in use or cannot be written: the limit holds all the same
+        if (size / 2 >= m_maxSize)  // someone keeps it from being renamed: the limit holds all the same
             CutAt(file.Get(), 0);
-            size = 0;
-        }
     }
-    return WriteAtEnd(file.Get(), size, lines);
+    return WriteAtEnd(file.Get(), lines);
 }
 
 kiv::ScopedFile LogFile::OpenForWriting(DWORD patience) const noexcept {
@@ -152,10 +152,17 @@ kiv::ScopedFile LogFile::OpenForWriting(DWORD patience) const noexcept {
     }
 }
 
-// Not one call that replaces: Windows 95 has none.
+// The file goes aside before the old copy is deleted: a reader that keeps it from being renamed must not cost both.
+// Windows 95 has no call that replaces.
 void LogFile::Rotate() const noexcept {
+    char aside[sizeof m_oldPath];
+    std::snprintf(aside, sizeof aside, "%s.new", m_path);
+    ::DeleteFileA(aside);  // left by a process that was ended here
+    if (!::MoveFileA(m_path, aside))
+        return;
     ::DeleteFileA(m_oldPath);
-    ::MoveFileA(m_path, m_oldPath);
+    if (!::MoveFileA(aside, m_oldPath))
+        ::MoveFileA(aside, m_path);
 }
 
 }  // namespace kivlg

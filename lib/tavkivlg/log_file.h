@@ -31,7 +31,7 @@ public:
 
 private:
     DWORD Patience(DWORD now) const noexcept;  // how many milliseconds a line may take
-    bool AppendTo(kiv::ScopedFile& file, DWORD patience, std::string_view lines) const noexcept;
+    bool AppendTo(kiv::ScopedFile& file, DWORD patience, bool mayRotate, std::string_view lines) const noexcept;
     kiv::ScopedFile OpenForWriting(DWORD patience) const noexcept;
     void Rotate() const noexcept;
 

@@ -32,8 +32,10 @@ BOOL ReadTime(HANDLE file, unsigned long which, FILETIME& time) {
 }  // namespace
 
 int CKivFile::DoesExist(const char* path) noexcept {
-    if (path == nullptr)
+    if (path == nullptr) {
+        ::SetLastError(ERROR_INVALID_PARAMETER);
         return 0;
+    }
     WIN32_FIND_DATAA found;
     const kiv::ScopedFileSearch search(::FindFirstFileA(path, &found));
     return search ? 1 : 0;

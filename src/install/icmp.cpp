@@ -5,22 +5,16 @@
 namespace kiv {
 namespace {
 
-void LoadFrom(const char* fileName, IcmpApi& api) noexcept {
-    const HMODULE module = LoadSystemModule(fileName);
-    FindFunction(module, "IcmpCreateFile", api.create);
-    FindFunction(module, "IcmpCloseHandle", api.close);
-    FindFunction(module, "IcmpSendEcho", api.sendEcho);
-}
-
 Once g_winsockOnce;
 bool g_winsockRuns = false;
 
 }  // namespace
 
 void IcmpApi::Load() noexcept {
-    LoadFrom("icmp.dll", *this);
-    if (!Complete())
-        LoadFrom("iphlpapi.dll", *this);
+    const HMODULE module = LoadSystemModule("icmp.dll");
+    FindFunction(module, "IcmpCreateFile", create);
+    FindFunction(module, "IcmpCloseHandle", close);
+    FindFunction(module, "IcmpSendEcho", sendEcho);
 }
 
 void WinsockApi::Load() noexcept {

@@ -15,7 +15,7 @@ namespace kiv {
 
 constexpr std::uint32_t kNoRoundTripTime = 0xFFFFFFFF;
 
-// The three entry points of ICMP echoes. They stand in icmp.dll, on newer systems in iphlpapi.dll too.
+// The three entry points of ICMP echoes, in icmp.dll.
 struct IcmpApi {
     decltype(&::IcmpCreateFile) create;
     decltype(&::IcmpCloseHandle) close;

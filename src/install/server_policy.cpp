@@ -12,9 +12,13 @@
 namespace {
 
 bool OpenForReading(CKivRegKey& key) noexcept {
-    const char* const share = CKivInstServer::GetServerShare();
-    return (share != nullptr && key.open(kiv::kPoliciesKeyPath, share, KEY_READ)) ||
-           key.open(kiv::kPoliciesKeyPath, KEY_READ);
+    if (const char* const share = CKivInstServer::GetServerShare()) {
+        if (key.open(kiv::kPoliciesKeyPath, share, KEY_READ))
+            return true;
+        if (key.getLastError() != ERROR_FILE_NOT_FOUND)
+            return false;
+    }
+    return key.open(kiv::kPoliciesKeyPath, KEY_READ);
 }
 
 // Lets everyone read a key, beside whom its list lets in already. A key without a list, or with a null one, is open to
@@ -47,7 +51,8 @@ bool OpenForWriting(CKivRegKey& key) noexcept {
     const char* const share = CKivInstServer::GetServerShare();
     if (key.open(kiv::kPoliciesKeyPath, share, KEY_ALL_ACCESS))
         return true;
-    if (!key.create(kiv::kPoliciesKeyPath, share, KEY_ALL_ACCESS, 0, nullptr))
+    if (key.getLastError() != ERROR_FILE_NOT_FOUND ||
+        !key.create(kiv::kPoliciesKeyPath, share, KEY_ALL_ACCESS, 0, nullptr))
         return false;
     if (share != nullptr && share[0] != '\0')
         LetEveryoneRead(key);
@@ -80,6 +85,8 @@ int CKivInstServer::SetServerPolicy(const char* name, const char* value) noexcep
     if (!OpenForWriting(key))
         return 0;
     CKivRegValue policy = key[name];
+    if (static_cast<HKEY>(policy.getKey()) == nullptr)  // nothing would be written, and no error told
+        return 0;
     policy = value;
     return policy.getLastError() == ERROR_SUCCESS ? 1 : 0;
 }

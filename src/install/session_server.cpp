@@ -110,7 +110,9 @@ void CKivInstServer::GetRandomPath(char* out) noexcept {
 }
 
 void CKivInstServer::SetSessionServerPath(const char* path) noexcept {
-    const std::string server = SessionForm(path == nullptr ? "" : path);
+    if (path == nullptr)
+        return;
+    const std::string server = SessionForm(path);
     if (server.size() >= sizeof g_szSessionServerPath)
         return;
     CCriticalSection_MethodHelper guard(g_lock.Get(), false);

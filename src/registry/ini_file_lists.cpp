@@ -1,6 +1,7 @@
 #include "registry/ini_file_lists.h"
 
 #include <algorithm>
+#include <new>
 
 #include "registry/ini_text.h"
 #include "support/ascii.h"
@@ -25,7 +26,10 @@ std::string LowerCase(std::string_view text) {
 }
 
 std::string ReadWhole(HANDLE file) {
-    std::string bytes(::GetFileSize(file, nullptr), '\0');
+    const DWORD size = ::GetFileSize(file, nullptr);
+    if (size == INVALID_FILE_SIZE || size > kLargestBuffer)
+        throw std::bad_alloc();
+    std::string bytes(size, '\0');
     DWORD read = 0;
     if (!::ReadFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &read, nullptr))
         read = 0;
@@ -42,7 +46,7 @@ std::string ToAnsi(std::u16string_view text) {
 IniFileLists::IniFileLists(const char* path, std::size_t fileSize) : m_path(path) {
     ReadMarkedFile();
     if (!m_marked)
-        m_buffer.resize(std::min(fileSize + 8, kLargestBuffer));
+        m_buffer.resize(std::min(fileSize, kLargestBuffer - 8) + 8);
 }
 
 void IniFileLists::ReadMarkedFile() {

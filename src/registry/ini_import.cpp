@@ -18,14 +18,13 @@ using Names = std::unordered_set<std::string>;
 // The subkeys' names as the registry shows them, asked once instead of once per section.
 Names SubkeyNames(HKEY key) {
     Names names;
-    char name[256];
-    DWORD length = sizeof name;
-    for (DWORD i = 0; ::RegEnumKeyExA(key, i, name, &length, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
-         ++i) {
+    char name[2 * 255 + 1];  // the longest name, all of two-byte characters
+    for (DWORD i = 0;; ++i) {
+        DWORD length = sizeof name;
+        if (::RegEnumKeyExA(key, i, name, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
+            return names;
         names.emplace(name, length);
-        length = sizeof name;
     }
-    return names;
 }
 
 class Import {

@@ -53,12 +53,12 @@ long GetLogonName(wchar_t* buffer) noexcept {
         return FailWith(ERROR_PROC_NOT_FOUND);
     BYTE* data = nullptr;
     const NET_API_STATUS status = api.getUser(nullptr, 1, &data);
-    if (status != ERROR_SUCCESS)
-        return FailWith(status);
+    if (status != ERROR_SUCCESS || data == nullptr)
+        return FailWith(status != ERROR_SUCCESS ? status : ERROR_GEN_FAILURE);
     const auto* user = reinterpret_cast<const WKSTA_USER_INFO_1*>(data);
-    std::wcscpy(buffer, user->wkui1_logon_domain);
+    std::wcscpy(buffer, user->wkui1_logon_domain == nullptr ? L"" : user->wkui1_logon_domain);
     std::wcscat(buffer, L"\\");
-    std::wcscat(buffer, user->wkui1_username);
+    std::wcscat(buffer, user->wkui1_username == nullptr ? L"" : user->wkui1_username);
     api.freeBuffer(data);
     return kiv::kStatusOk;
 }
