@@ -11,11 +11,16 @@
 
 namespace {
 
+// Whether the open failed because there is no such key, not because it or its computer refused.
+bool IsMissing(CKivRegKey& key) noexcept {
+    return key.getLastError() == ERROR_FILE_NOT_FOUND || key.getLastError() == ERROR_PATH_NOT_FOUND;
+}
+
 bool OpenForReading(CKivRegKey& key) noexcept {
     if (const char* const share = CKivInstServer::GetServerShare()) {
         if (key.open(kiv::kPoliciesKeyPath, share, KEY_READ))
             return true;
-        if (key.getLastError() != ERROR_FILE_NOT_FOUND)
+        if (!IsMissing(key))
             return false;
     }
     return key.open(kiv::kPoliciesKeyPath, KEY_READ);
@@ -84,9 +89,8 @@ int CKivInstServer::SetServerPolicy(const char* name, const char* value) noexcep
     CKivRegKey key(GetServerHost(), nullptr, nullptr, KEY_ALL_ACCESS);
     if (!OpenForWriting(key))
         return 0;
-    CKivRegValue policy = key[name];
-    if (static_cast<HKEY>(policy.getKey()) == nullptr)  // nothing would be written, and no error told
-        return 0;
-    policy = value;
-    return policy.getLastError() == ERROR_SUCCESS ? 1 : 0;
+    // Through the key that is open already: its access list may not let the same key be opened once more.
+    const auto* bytes = reinterpret_cast<const BYTE*>(value);
+    const DWORD size = static_cast<DWORD>(std::strlen(value) + 1);
+    return ::RegSetValueExA(key, name, 0, REG_SZ, bytes, size) == ERROR_SUCCESS ? 1 : 0;
 }
