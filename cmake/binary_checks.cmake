@@ -11,4 +11,6 @@ if(arch STREQUAL "x86_64")
 endif()
 foreach(library tavkivut tavkivlg)
   add_test(NAME imports_${library} COMMAND ${check} imports $<TARGET_FILE:${library}> ${import_lists})
+  add_test(NAME exports_${library}
+    COMMAND ${check} exports $<TARGET_FILE:${library}> ${data}/exports-${library}-${arch}.txt)
 endforeach()
