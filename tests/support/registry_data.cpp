@@ -6,56 +6,54 @@
 namespace kiv::test {
 namespace {
 
-constexpr const char* kLinkValue = "SymbolicLinkValue";
-
-using EnumerateCall = LONG (*)(HKEY key, DWORD index, char* name, DWORD* length);
-
-std::vector<std::string> Names(HKEY key, EnumerateCall enumerate) {
-    std::vector<std::string> names;
+template <class Enumerate>
+Names NamesFrom(HKEY key, const Enumerate& enumerate) {
+    Names names;
     char name[256];
     DWORD length = sizeof name;
-    for (DWORD i = 0; enumerate(key, i, name, &length) == ERROR_SUCCESS; ++i, length = sizeof name)
+    for (; enumerate(key, static_cast<DWORD>(names.size()), name, &length, nullptr, nullptr, nullptr, nullptr) == 0;
+         length = sizeof name)
         names.emplace_back(name);
     return names;
 }
 
-// The path of a key for the native calls: "\Registry\User\...". Taken from the key itself.
+// The path of a key for the native calls: "\Registry\User\...".
 std::wstring NativePath(HKEY key) {
     const auto query = reinterpret_cast<LONG(WINAPI*)(HANDLE, int, void*, ULONG, ULONG*)>(
         reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleA("ntdll.dll"), "NtQueryKey")));
-    constexpr int kKeyNameInformation = 3;
     struct {
         ULONG length;
         wchar_t text[2048];
     } name;
     ULONG size = 0;
-    REQUIRE(query(key, kKeyNameInformation, &name, sizeof name, &size) == 0);
+    REQUIRE(query(key, 3 /* KeyNameInformation */, &name, sizeof name, &size) == 0);
     return {name.text, name.length / sizeof(wchar_t)};
 }
 
 }  // namespace
 
-void CreateSubkey(HKEY parent, const std::string& path) {
-    HKEY key;
-    REQUIRE(::RegCreateKeyExA(parent, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr) == 0);
-    ::RegCloseKey(key);
+void CreateSubkeys(HKEY parent, const Names& paths) {
+    for (const std::string& path : paths) {
+        ScopedRegistryKey key;
+        REQUIRE(::RegCreateKeyA(parent, path.c_str(), key.Receive()) == ERROR_SUCCESS);
+    }
+}
+
+HKEY OpenSubkey(HKEY parent, const std::string& path) {
+    HKEY key = nullptr;
+    return ::RegOpenKeyExA(parent, path.c_str(), 0, KEY_ALL_ACCESS, &key) == ERROR_SUCCESS ? key : nullptr;
 }
 
 bool HasSubkey(HKEY parent, const std::string& path) {
-    ScopedRegistryKey key;
-    return ::RegOpenKeyExA(parent, path.c_str(), 0, KEY_READ, key.Receive()) == ERROR_SUCCESS;
+    return static_cast<bool>(ScopedRegistryKey(OpenSubkey(parent, path)));
 }
 
-std::vector<std::string> SubkeyNames(HKEY key) {
-    return Names(key, [](HKEY walked, DWORD index, char* name, DWORD* length) {
-        return ::RegEnumKeyExA(walked, index, name, length, nullptr, nullptr, nullptr, nullptr);
-    });
+Names SubkeyNames(HKEY key) {
+    return NamesFrom(key, ::RegEnumKeyExA);
 }
 
-std::vector<std::string> ValueNames(HKEY key) {
-    return Names(key, [](HKEY walked, DWORD index, char* name, DWORD* length) {
-        return ::RegEnumValueA(walked, index, name, length, nullptr, nullptr, nullptr, nullptr);
-    });
+Names ValueNames(HKEY key) {
+    return NamesFrom(key, ::RegEnumValueA);
 }
 
 void SetData(HKEY key, const char* name, DWORD type, std::string_view bytes) {
@@ -71,12 +69,20 @@ void SetText(HKEY key, const char* name, const std::string& text) {
 
 std::string Data(HKEY key, const char* name) {
     DWORD type = 0;
-    DWORD size = 0;
-    if (::RegQueryValueExA(key, name, nullptr, &type, nullptr, &size) != ERROR_SUCCESS)
+    std::string bytes(4096, '\0');
+    DWORD size = 4096;
+    if (::RegQueryValueExA(key, name, nullptr, &type, reinterpret_cast<BYTE*>(bytes.data()), &size) != ERROR_SUCCESS)
         return {};
-    std::string bytes(size, '\0');
-    REQUIRE(::RegQueryValueExA(key, name, nullptr, nullptr, reinterpret_cast<BYTE*>(bytes.data()), &size) == 0);
-    return std::to_string(type) + ":" + bytes;
+    return std::to_string(type) + ":" + bytes.substr(0, size);
+}
+
+void CreateElements(HKEY key, const std::wstring& names) {
+    for (const wchar_t c : names) {
+        const wchar_t name[] = {c, L'\0'};
+        ScopedRegistryKey subkey;
+        REQUIRE(::RegCreateKeyW(key, name, subkey.Receive()) == ERROR_SUCCESS);
+        REQUIRE(::RegSetValueExW(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(name), 4) == ERROR_SUCCESS);
+    }
 }
 
 void CreateLink(HKEY parent, const std::string& name, HKEY target) {
@@ -88,21 +94,13 @@ void CreateLink(HKEY parent, const std::string& name, HKEY target) {
                              static_cast<DWORD>(path.size() * sizeof(wchar_t))) == ERROR_SUCCESS);
 }
 
-bool HasLink(HKEY parent, const std::string& name) {
-    ScopedRegistryKey key;
-    DWORD type = 0;
-    return ::RegOpenKeyExA(parent, name.c_str(), REG_OPTION_OPEN_LINK, KEY_READ, key.Receive()) == ERROR_SUCCESS &&
-           ::RegQueryValueExA(key.Get(), kLinkValue, nullptr, &type, nullptr, nullptr) == ERROR_SUCCESS &&
-           type == REG_LINK;
-}
-
 LockedSubkey::LockedSubkey(HKEY parent, const std::string& name) {
     REQUIRE(::RegOpenKeyExA(parent, name.c_str(), 0, READ_CONTROL | WRITE_DAC, &m_key) == ERROR_SUCCESS);
     DWORD size = sizeof m_unlocked;
     REQUIRE(::RegGetKeySecurity(m_key, DACL_SECURITY_INFORMATION, m_unlocked, &size) == ERROR_SUCCESS);
     ACL empty;
-    REQUIRE(::InitializeAcl(&empty, sizeof empty, ACL_REVISION));
     SECURITY_DESCRIPTOR descriptor;
+    REQUIRE(::InitializeAcl(&empty, sizeof empty, ACL_REVISION));
     ::InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION);
     ::SetSecurityDescriptorDacl(&descriptor, TRUE, &empty, FALSE);
     REQUIRE(::RegSetKeySecurity(m_key, DACL_SECURITY_INFORMATION, &descriptor) == ERROR_SUCCESS);
@@ -111,6 +109,13 @@ LockedSubkey::LockedSubkey(HKEY parent, const std::string& name) {
 LockedSubkey::~LockedSubkey() {
     ::RegSetKeySecurity(m_key, DACL_SECURITY_INFORMATION, m_unlocked);
     ::RegCloseKey(m_key);
+}
+
+std::string ThisComputer() {
+    char name[MAX_COMPUTERNAME_LENGTH + 1];
+    DWORD length = sizeof name;
+    REQUIRE(::GetComputerNameA(name, &length));
+    return name;
 }
 
 }  // namespace kiv::test

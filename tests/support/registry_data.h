@@ -10,23 +10,25 @@
 namespace kiv::test {
 
 // The registry as the system's own calls show it, and data that no well-behaved program would write.
+using Names = std::vector<std::string>;
 
-void CreateSubkey(HKEY parent, const std::string& path);
+void CreateSubkeys(HKEY parent, const Names& paths);
+HKEY OpenSubkey(HKEY parent, const std::string& path);  // null when it cannot be opened
 bool HasSubkey(HKEY parent, const std::string& path);
-std::vector<std::string> SubkeyNames(HKEY key);
-std::vector<std::string> ValueNames(HKEY key);
+Names SubkeyNames(HKEY key);
+Names ValueNames(HKEY key);
 
 void SetData(HKEY key, const char* name, DWORD type, std::string_view bytes);
 void SetText(HKEY key, const char* name, const std::string& text);  // REG_SZ, terminated
+std::string Data(HKEY key, const char* name);  // type and bytes as "1:text\0"; "" when there is no such value
 
-// Type and bytes as "1:text\0"; "" when there is no such value.
-std::string Data(HKEY key, const char* name);
+// A subkey and a value for each name of one UTF-16 character, which the code page may show alike.
+void CreateElements(HKEY key, const std::wstring& names);
 
 // Makes the registry link parent\name, which leads to where `target` is.
 void CreateLink(HKEY parent, const std::string& name, HKEY target);
-bool HasLink(HKEY parent, const std::string& name);
 
-// For as long as it lives, nobody may do anything with the subkey but change its security.
+// For as long as it lives, nobody may open the subkey but to delete it or to change its security.
 class LockedSubkey {
 public:
     LockedSubkey(HKEY parent, const std::string& name);
@@ -38,6 +40,8 @@ private:
     HKEY m_key = nullptr;
     alignas(void*) char m_unlocked[512];
 };
+
+std::string ThisComputer();
 
 }  // namespace kiv::test
 

@@ -1,17 +1,9 @@
 #include <cstddef>
-#include <string>
 
-#include "support/check.h"
-#include "support/redirected_key.h"
-#include "support/registry_data.h"
-#include "support/resource_count.h"
-#include "support/scoped_resource.h"
-#include "support/windows_api.h"
-#include "tavkivut/registry.h"
+#include "windows/opened_key.h"
 
 struct CKivRegKeyLayout {
-    static_assert(offsetof(CKivRegKey, m_handle) == 0);
-    static_assert(offsetof(CKivRegKey, m_wksta) == sizeof(void*));
+    static_assert(offsetof(CKivRegKey, m_handle) == 0 && offsetof(CKivRegKey, m_wksta) == sizeof(void*));
     static_assert(offsetof(CKivRegKey, m_key) == 2 * sizeof(void*));
     static_assert(offsetof(CKivRegKey, m_lastError) == 3 * sizeof(void*));
     static_assert(offsetof(CKivRegKey, m_permissions) == 3 * sizeof(void*) + 4);
@@ -28,212 +20,79 @@ std::string Text(const char* text) {
 // The parent's path, in a buffer of just the size that is needed.
 std::string ParentOf(CKivRegKey& key) {
     std::string buffer(key.getKey() == nullptr ? 1 : std::string(key.getKey()).size() + 1, '?');
-    CHECK(key.getParentKey(buffer.data()) == buffer.data());
-    return buffer.c_str();
-}
-
-std::string AccessList(HKEY key) {
-    char descriptor[512];
-    DWORD size = sizeof descriptor;
-    REQUIRE(::RegGetKeySecurity(key, DACL_SECURITY_INFORMATION, descriptor, &size) == ERROR_SUCCESS);
-    return {descriptor, size};
-}
-
-std::string ThisComputer() {
-    char name[MAX_COMPUTERNAME_LENGTH + 1];
-    DWORD length = sizeof name;
-    REQUIRE(::GetComputerNameA(name, &length));
-    return name;
+    return key.getParentKey(buffer.data());
 }
 
 }  // namespace
 
-TEST_CASE("a key is opened by its path and keeps the canonical form") {
+TEST_CASE("a key keeps its canonical path, also when it cannot be opened") {
     CKivRegKey key;
-    CHECK(key == nullptr);
-    CHECK(key.getPermissions() == 0xF003F);
-    CHECK(key.open("HKEY_CURRENT_USER\\Software", KEY_READ));
-    CHECK(key != nullptr);
-    CHECK(Text(key.getKey()) == "HKCU\\Software");
-    CHECK(Text(key.getName()) == "Software");
-    CHECK(ParentOf(key) == "HKCU");
-    CHECK(key.getPermissions() == KEY_READ);
-    CHECK(key.getLastError() == 0);
-
-    CHECK(key.open("hklm", KEY_READ));  // a root alone
-    CHECK(key.countKeys() > 0);
-    CHECK(Text(key.getName()) == "HKLM");
-    CHECK(ParentOf(key).empty());
+    CHECK((key == nullptr && key.getPermissions() == 0xF003F));
+    CHECK((key.open("HKEY_CURRENT_USER\\Software", KEY_READ) && key != nullptr && key.getPermissions() == KEY_READ));
+    CHECK((Text(key.getKey()) == "HKCU\\Software" && Text(key.getName()) == "Software" && ParentOf(key) == "HKCU"));
+    CHECK((key.open("hklm", KEY_READ) && key.countKeys() > 0));  // a root alone
+    CHECK((Text(key.getName()) == "HKLM" && ParentOf(key).empty()));
+    CHECK((!key.open("HKCU", "no such key") && key == nullptr && key.getLastError() == ERROR_FILE_NOT_FOUND));
+    CHECK((Text(key.getKey()) == "HKCU\\no such key" && !key.open("Software\\x", KEY_READ)));  // no root
+    CHECK((key.getLastError() == ERROR_INVALID_HANDLE && Text(key.getKey()).empty()));
 }
 
-TEST_CASE("the path stays when the key cannot be opened") {
-    const ScratchKey scratch;
-    CKivRegKey key(nullptr, scratch.Path().c_str(), "missing", KEY_READ);
-    CHECK(key == nullptr);
-    CHECK(key.getLastError() == ERROR_FILE_NOT_FOUND);
-    CHECK(key.getKey() == scratch.Path() + "\\missing");
-
-    CHECK_FALSE(key.open("Software\\x", KEY_READ));  // no root
-    CHECK(key.getLastError() == ERROR_INVALID_HANDLE);
-    CHECK(Text(key.getKey()).empty());
-}
-
-TEST_CASE("parent and subkey are joined") {
-    const ScratchKey scratch;
-    CreateSubkey(scratch.Handle(), "TAV");
-    const std::string wanted = scratch.Path() + "\\TAV";
-    CKivRegKey key;
-    CHECK((key.open(scratch.Path().c_str(), "\\TAV", KEY_READ) && key.getKey() == wanted));
-    CHECK((key.open((scratch.Path() + "\\").c_str(), "TAV", KEY_READ) && key.getKey() == wanted));
-    CHECK((key.open(wanted.c_str(), nullptr, KEY_READ) && key.getKey() == wanted));
-    CHECK((key.open(wanted.c_str(), "", KEY_READ) && key.getKey() == wanted));
+TEST_CASE("parent and subkey are joined, and what is missing is created with the options") {
+    OpenedKey opened;
+    const std::string wanted = opened.path + "\\TAV";
+    CKivRegKey& key = opened.key;
+    CHECK((key.create(opened.path.c_str(), "\\TAV", KEY_READ) && key.getKey() == wanted));
+    CHECK((key.open((opened.path + "\\").c_str(), "TAV", KEY_READ) && key.getKey() == wanted));
+    CHECK((key.open(wanted.c_str(), nullptr, KEY_READ) && key.open(wanted.c_str(), "") && key.getKey() == wanted));
     CHECK((key.open(key.getKey(), KEY_READ) && key.getKey() == wanted));  // its own path
-}
-
-TEST_CASE("a key is created with all that is missing, its options and its security") {
-    const ScratchKey scratch;
-    CKivRegKey key;
-    CHECK(key.create(scratch.Path().c_str(), "a\\b", KEY_READ));
-    CHECK(HasSubkey(scratch.Handle(), "a\\b"));
-    CHECK(key.getPermissions() == KEY_READ);
-    CHECK(key.create((scratch.Path() + "\\volatile").c_str(), KEY_ALL_ACCESS, REG_OPTION_VOLATILE));
-    CHECK_FALSE(key.create((scratch.Path() + "\\volatile").c_str(), "c"));
-    CHECK(key.getLastError() == ERROR_CHILD_MUST_BE_VOLATILE);
-
-    SECURITY_DESCRIPTOR everyone;
-    ::InitializeSecurityDescriptor(&everyone, SECURITY_DESCRIPTOR_REVISION);
-    ::SetSecurityDescriptorDacl(&everyone, TRUE, nullptr, FALSE);
-    SECURITY_ATTRIBUTES attributes{sizeof attributes, &everyone, FALSE};
-    REQUIRE(key.create(scratch.Path().c_str(), "by us", KEY_ALL_ACCESS, 0, &attributes));
-    kiv::ScopedRegistryKey peer;
-    REQUIRE(::RegCreateKeyExA(scratch.Handle(), "by the system", 0, nullptr, 0, KEY_ALL_ACCESS, &attributes,
-                              peer.Receive(), nullptr) == ERROR_SUCCESS);
-    CHECK(AccessList(key) == AccessList(peer.Get()));
+    CHECK(key.create((wanted + "\\volatile").c_str(), KEY_ALL_ACCESS, REG_OPTION_VOLATILE));
+    CHECK((!key.create(key.getKey(), "below") && key.getLastError() == ERROR_CHILD_MUST_BE_VOLATILE));
 }
 
 TEST_CASE("a path of more than 259 characters is opened and created piece by piece") {
-    const ScratchKey scratch;
-    std::string subkeys;
-    for (const char* name : {"a", "b", "c", "d"})
-        subkeys.append(subkeys.empty() ? "" : "\\").append(180, *name);
+    OpenedKey opened;
+    std::string subkeys(180, 'a');
+    for (const char letter : {'b', 'c', 'd'})
+        subkeys.append("\\").append(180, letter);
     CKivRegKey key;
-    REQUIRE(key.create(scratch.Path().c_str(), subkeys.c_str()));
-    SetText(key, "here", "yes");
-    CHECK(key.getKey() == scratch.Path() + "\\" + subkeys);
-    CKivRegKey again(nullptr, scratch.Path().c_str(), subkeys.c_str(), KEY_READ);
-    CHECK(Data(again, "here") == std::string("1:yes\0", 6));
-    CHECK_FALSE(again.open(scratch.Path().c_str(), (subkeys + "\\missing").c_str()));
-    CHECK(again.getLastError() == ERROR_FILE_NOT_FOUND);
-
-    CHECK_FALSE(key.create(scratch.Path().c_str(), std::string(300, 'n').c_str()));  // one name, too long by itself
-    CHECK(key.getLastError() != 0);
-    CHECK(SubkeyNames(scratch.Handle()).size() == 1);
+    CHECK((key.create(opened.path.c_str(), subkeys.c_str()) && key.create(key.getKey(), "below")));
+    CHECK((key.open(opened.path.c_str(), subkeys.c_str(), KEY_READ) && SubkeyNames(key) == Names{"below"}));
+    CHECK((!key.open(key.getKey(), "missing") && key.getLastError() == ERROR_FILE_NOT_FOUND));
+    CHECK_FALSE(key.create(opened.path.c_str(), std::string(300, 'n').c_str()));  // one name, too long by itself
+    CHECK((key.getLastError() != 0 && opened.key.countKeys() == 1));
 }
 
-TEST_CASE("a closed key has no path, and asking it is harmless") {
-    const ScratchKey scratch;
-    CKivRegKey key(nullptr, scratch.Path().c_str());
-    CHECK(key.close());
-    CHECK(key == nullptr);
-    CHECK(key.getKey() == nullptr);
-    CHECK(key.getName() == nullptr);
-    CHECK(ParentOf(key).empty());
-    CHECK(key.getParentKey(nullptr) == nullptr);
-    CHECK(key.countKeys() == 0);
-    CHECK(key.countValues() == 0);
-    CHECK(key.empty());
-    CHECK(key.getIndex() == -1);
-    CHECK((++key).getKey() == nullptr);
+TEST_CASE("a closed key has no path, asking it is harmless, and a null path changes nothing") {
+    OpenedKey opened;
+    CKivRegKey& key = opened.key;
+    CHECK((!key.open(nullptr) && key.getLastError() == ERROR_INVALID_PARAMETER && key != nullptr));
+    CHECK((!key.create(nullptr, "x") && key.getKey() == opened.path));
+    CHECK((key.close() && key == nullptr && key.getKey() == nullptr && key.getName() == nullptr));
+    CHECK((ParentOf(key).empty() && key.getParentKey(nullptr) == nullptr));
+    CHECK((key.countKeys() == 0 && key.countValues() == 0 && key.empty() && key.getIndex() == -1));
     CHECK((key.beginKeys() == key.end() && key.findValue("x") == key.end() && key.findKey(nullptr) == key.end()));
-    CHECK_FALSE(key.open(nullptr));
-    CHECK(key.getLastError() == ERROR_INVALID_PARAMETER);
-    key.setLastError(17);
-    CHECK(key.getLastError() == 17);
-}
-
-TEST_CASE("a null path changes nothing") {
-    const ScratchKey scratch;
-    CKivRegKey key(nullptr, scratch.Path().c_str());
-    CHECK_FALSE(key.create(nullptr, "x"));
-    CHECK(key.getLastError() == ERROR_INVALID_PARAMETER);
-    CHECK((key != nullptr && key.getKey() == scratch.Path()));
-}
-
-TEST_CASE("elements are counted") {
-    const ScratchKey scratch;
-    CKivRegKey key(nullptr, scratch.Path().c_str());
-    CHECK(key.empty());
-    SetText(key, "value", "");
-    CHECK((key.countValues() == 1 && key.countKeys() == 0 && !key.empty()));
-    CreateSubkey(key, "a");
-    CreateSubkey(key, "b");
-    CHECK(key.countKeys() == 2);
-}
-
-TEST_CASE("handles are taken over and given up") {
-    const ScratchKey scratch;
-    CKivRegKey key(nullptr, scratch.Path().c_str());
-    const kiv::ScopedRegistryKey detached(key.detach());
-    CHECK(key == nullptr);
-    CHECK(key.getKey() == scratch.Path());
-    CreateSubkey(detached.Get(), "still open");
-    HKEY other;
-    REQUIRE(::RegOpenKeyExA(detached.Get(), "still open", 0, KEY_READ, &other) == ERROR_SUCCESS);
-    key.attach(other);
-    CHECK(key == other);
-    key.close();
-    CHECK(::RegQueryInfoKeyA(other, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                             nullptr, nullptr) != ERROR_SUCCESS);
+    CHECK(((++key).getKey() == nullptr && !key.remove() && key.getLastError() == ERROR_INVALID_HANDLE));
 }
 
 TEST_CASE("an assigned key ends closed, with the other's machine and permissions") {
-    const ScratchKey scratch;
-    CKivRegKey other(nullptr, scratch.Path().c_str(), nullptr, KEY_READ);
+    OpenedKey opened;
+    CKivRegKey other(nullptr, "HKCU", nullptr, KEY_READ);
     other.connectTo("host");
-    CKivRegKey key(nullptr, scratch.Path().c_str());
-    key = other;
-    CHECK(key == nullptr);
-    CHECK(key.getKey() == nullptr);
-    CHECK(Text(key.getWksta()) == "\\\\host");
-    CHECK(key.getPermissions() == KEY_READ);
-
-    key.connectTo(key.getWksta());  // its own machine
-    CHECK(Text(key.getWksta()) == "\\\\host");
-    key.connectTo(nullptr);
-    REQUIRE(key.open(scratch.Path().c_str()));
-    CKivRegKey& itself = key;
-    key = itself;
-    CHECK((key == nullptr && key.getKey() == nullptr));
+    opened.key = other;
+    CHECK((opened.key == nullptr && opened.key.getKey() == nullptr && opened.key.getPermissions() == KEY_READ));
+    CHECK((other.connectTo(opened.key.getWksta()) && other.connectTo(other.getWksta())));  // its own machine
+    CHECK((Text(other.getWksta()) == "\\\\host" && other.connectTo(nullptr) && other.open("HKCU")));
+    CKivRegKey& itself = other;
+    other = itself;
+    CHECK((other == nullptr && other.getKey() == nullptr));
 }
 
 TEST_CASE("a key of another machine is opened through a connection") {
     CKivRegKey key(ThisComputer().c_str(), "HKLM\\Software", nullptr, KEY_READ);
-    CHECK(key.getLastError() == 0);
-    CHECK(key.countKeys() > 0);
-    CHECK(key.getWksta() == "\\\\" + ThisComputer());
+    CHECK((key.countKeys() > 0 && key.getWksta() == "\\\\" + ThisComputer()));
     CKivRegKey copy(key);
-    CHECK((copy != nullptr && copy.countKeys() == key.countKeys() && Text(copy.getWksta()) == key.getWksta()));
-
-    CHECK(key.connectTo("no-such-host.invalid"));
-    CHECK_FALSE(key.open("HKLM\\Software", KEY_READ));
-    CHECK(key.getLastError() == ERROR_BAD_NETPATH);
-    CHECK_FALSE(key.open("nowhere", KEY_READ));
-    CHECK(key.getLastError() == ERROR_INVALID_HANDLE);
-}
-
-TEST_CASE("keys leave no handle and no heap block behind") {
-    const ScratchKey scratch;
-    const auto use = [&] {
-        CKivRegKey key(nullptr, scratch.Path().c_str());
-        CKivRegKey copy(key);
-        copy = key;
-        key.create(scratch.Path().c_str(), std::string(200, 'a').append("\\").append(200, 'b').c_str());
-        key.open("nowhere");
-        key.connectTo("no-such-host.invalid");
-        key.open("HKLM\\Software", KEY_READ);
-    };
-    use();
-    const ResourceCount before = CountResources();
-    use();
-    CHECK(CountResources() == before);
+    CHECK((copy.countKeys() == key.countKeys() && Text(copy.getWksta()) == key.getWksta()));
+    key.connectTo("no-such-host.invalid");
+    CHECK((!key.open("HKLM\\Software", KEY_READ) && key.getLastError() == ERROR_BAD_NETPATH));
+    CHECK((!key.open("nowhere", KEY_READ) && key.getLastError() == ERROR_INVALID_HANDLE));
 }
