@@ -130,9 +130,9 @@ TEST_CASE("a value on a walk has a handle of its own to give") {
     auto it = ++opened.key.beginValues();
     CKivRegValue value = *it;
     const kiv::ScopedRegistryKey detached(value.getKey().detach());
-    value = *it;
-    ::RegCloseKey(value.getKey());  // as whoever takes the handle may do
-    value.getKey().detach();
+    CKivRegValue other = *it;
+    ::RegCloseKey(other.getKey());  // as whoever is given the handle may do
+    other.getKey().detach();
     CHECK((std::string(*it) == "b" && std::string(*++it) == "c"));
     CKivRegValue last = *it;
     it = opened.key.beginValues();
