@@ -104,20 +104,30 @@ TEST_CASE("names that the code page shows alike do not make an erasure endless")
     CHECK(ValueNames(opened.key) == Names{"?", "?"});
 }
 
-TEST_CASE("a subkey whose name begins with a NUL is not taken for its parent") {
-    OpenedKey opened;
+TEST_CASE("a subkey whose name leads to its parent is not taken for it") {
+    std::wstring hidden;
+    SUBCASE("one that begins with a NUL") {
+        hidden = {L'\0', L'x'};
+    }
+    SUBCASE("one that the code page shows as a backslash") {
+        hidden = L"\xFF3C";
+    }
+    OpenedKey opened({"z"}, {"v"});
     const auto create = reinterpret_cast<NtCreateKeyCall>(
         reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleA("ntdll.dll"), "NtCreateKey")));
-    wchar_t hidden[] = {L'\0', L'x'};
-    UNICODE_STRING name{sizeof hidden, sizeof hidden, hidden};
+    const auto size = static_cast<USHORT>(hidden.size() * sizeof(wchar_t));
+    UNICODE_STRING name{size, size, hidden.data()};
     OBJECT_ATTRIBUTES attributes;
     InitializeObjectAttributes(&attributes, &name, OBJ_CASE_INSENSITIVE, opened.key, nullptr);
     HANDLE created = nullptr;
     REQUIRE(create(&created, KEY_ALL_ACCESS, &attributes, 0, nullptr, 0, nullptr) == 0);
     const kiv::ScopedRegistryKey subkey(static_cast<HKEY>(created));
-    CHECK(*opened.key.beginKeys() == nullptr);
-    EraseAll(opened.key);
-    CHECK((opened.key.getLastError() == ERROR_INVALID_NAME && SubkeyNames(opened.key) == Names{""}));
+    CKivRegKey sibling(nullptr, opened.path.c_str(), "missing");
+    CHECK(((++sibling).getKey() == opened.path + "\\z" && (++sibling).getKey() == nullptr));
+    auto first = opened.key.beginKeys();
+    auto last = opened.key.end();
+    CHECK((opened.key.erase(first, last) && opened.key.getLastError() == ERROR_INVALID_NAME));
+    CHECK((opened.key.countKeys() == 1 && opened.key.countValues() == 1 && *opened.key.beginKeys() == nullptr));
     kiv::Registry().ntDeleteKey(subkey.Get());
 }
 

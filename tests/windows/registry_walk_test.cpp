@@ -73,6 +73,15 @@ TEST_CASE("a position that was made by hand meets the end of its key") {
     CHECK(++nowhere == CKivRegKey::iterator(nullptr, "", nullptr));
 }
 
+TEST_CASE("walks and erasures in an attached key without a path end") {
+    OpenedKey opened({"a", "b"});
+    CKivRegKey key;
+    key.attach(OpenSubkey(opened.key, ""));
+    CHECK(Walk(key.beginKeys(), key) == Names{"a"});
+    auto first = key.findKey("b");
+    CHECK((key.erase(first, opened.foreign) && SubkeyNames(opened.key) == Names{"a"} && ++key == nullptr));
+}
+
 TEST_CASE("a walk goes on from where its element is, or from the first when it is gone") {
     OpenedKey opened({"a", "c", "e", "g"});
     auto it = ++opened.key.findKey("c");
