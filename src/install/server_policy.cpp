@@ -91,6 +91,6 @@ int CKivInstServer::SetServerPolicy(const char* name, const char* value) noexcep
         return 0;
     // Through the key that is open already: its access list may not let the same key be opened once more.
     const auto* bytes = reinterpret_cast<const BYTE*>(value);
-    const DWORD size = static_cast<DWORD>(std::strlen(value) + 1);
+    const DWORD size = static_cast<DWORD>(std::strlen(value)) + 1;
     return ::RegSetValueExA(key, name, 0, REG_SZ, bytes, size) == ERROR_SUCCESS ? 1 : 0;
 }
