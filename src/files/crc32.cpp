@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "files/crc32_sum.h"
+#include "files/kept_attributes.h"
 #include "files/signature_record.h"
 #include "support/code_page.h"
 #include "support/heap_text.h"
@@ -31,17 +32,9 @@ void Hide(const char* folder) noexcept {
         ::SetFileAttributesA(folder, attributes | FILE_ATTRIBUTE_HIDDEN);
 }
 
-// A file that is hidden or a system file can only be created anew with these attributes.
-DWORD AttributesToKeep(const char* path) noexcept {
-    const DWORD attributes = ::GetFileAttributesA(path);
-    if (attributes == INVALID_FILE_ATTRIBUTES)
-        return FILE_ATTRIBUTE_NORMAL;
-    return FILE_ATTRIBUTE_ARCHIVE | (attributes & (FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM));
-}
-
 bool WriteRecord(const char* path, const kiv::SignatureRecord& record) noexcept {
-    const ScopedFile file(
-        ::CreateFileA(path, GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS, AttributesToKeep(path), nullptr));
+    const ScopedFile file(::CreateFileA(path, GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS,
+                                        kiv::KeptAttributes(path), nullptr));
     if (!file)
         return false;
     DWORD written = 0;
