@@ -11,7 +11,7 @@ usage() {
 usage: ./build.sh COMMAND
 
   demo               set up, build, and run an installer front end's start against a small network of its own
-  check [--long]     set up, build, lint, run all tests; --long adds wide fuzzing and soak runs
+  check [--long]     set up, build, lint, run all tests; --long adds the long tests and wide fuzzing
   bench              measure the hot paths beside their peers
   fuzz [SECONDS] [NAME]
                      let every fuzzer, or one, search for SECONDS (60) each
@@ -114,9 +114,12 @@ build_preset() {
     step "build $1" cmake --build --preset "$1" --parallel "$(nproc)"
 }
 
+# What `ctest` is to run: nothing for the usual tests, "-C long" for the long ones too.
+ctest_configuration=()
+
 # Output goes to the terminal: the summary of each run is the result.
 test_preset() {
-    ctest --preset "$1" --parallel "$(nproc)" </dev/null
+    ctest --preset "$1" "${ctest_configuration[@]}" --parallel "$(nproc)" </dev/null
 }
 
 lint() {
@@ -143,7 +146,7 @@ check() {
     note "lint"
     lint
     note "test"
-    export KIV_TEST_LONG=$long
+    [ "$long" = 0 ] || ctest_configuration=(-C long)
     for preset in native-sanitize native-fuzz "${windows_presets[@]}"; do
         test_preset "$preset"
     done

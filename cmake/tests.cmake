@@ -1,11 +1,12 @@
 # kiv_native_test(<name> SOURCES <file>...)
 #   A doctest program of pure rules, linked with kiv_core; one CTest test. Only in native builds.
 #
-# kiv_windows_test(<name> SOURCES <file>... [SEAM | REAL_LOG] [RELEASES <release>...] [LOCK <resource>...])
+# kiv_windows_test(<name> SOURCES <file>... [SEAM | REAL_LOG] [LONG] [RELEASES <release>...] [LOCK <resource>...])
 #   A doctest program for Windows (under Wine in cross builds); one CTest test.
 #   Without SEAM it uses the library through the DLL's exports; with SEAM the same objects are linked into it, so that
 #   it can swap function tables and force the OS family.
 #   With REAL_LOG it stands in a folder of its own, beside the libraries as they are shipped, and loads what it tests.
+#   LONG leaves it out of every run but that of `ctest -C long` (`./build.sh check --long`), and gives it ten minutes.
 #   RELEASES copies it under names that the Wine prefix runs as those releases (win95 win98 nt40 win2k winxp win2003):
 #   one more CTest test each. tests/support/this_release.h tells a test which one it runs as.
 #   LOCK names what tests share that must not run side by side (a registry key, a named object).
@@ -33,7 +34,7 @@ function(kiv_native_test name)
 endfunction()
 
 function(_kiv_register_windows_test test program locks)
-  add_test(NAME ${test} COMMAND ${CMAKE_CROSSCOMPILING_EMULATOR} ${program})
+  add_test(NAME ${test} COMMAND ${CMAKE_CROSSCOMPILING_EMULATOR} ${program} ${ARGN})
   set_tests_properties(${test} PROPERTIES TIMEOUT 120 WORKING_DIRECTORY ${KIV_TEST_DIRECTORY}
     ENVIRONMENT "${KIV_WINE_ENVIRONMENT};KIV_TEST_DATA=${PROJECT_SOURCE_DIR}/tests/data"
     RESOURCE_LOCK "${locks}" FIXTURES_REQUIRED "${KIV_WINE_FIXTURE}")
@@ -43,7 +44,7 @@ function(kiv_windows_test name)
   if(NOT WIN32)
     return()
   endif()
-  cmake_parse_arguments(arg "SEAM;REAL_LOG" "" "SOURCES;RELEASES;LOCK" ${ARGN})
+  cmake_parse_arguments(arg "SEAM;REAL_LOG;LONG" "" "SOURCES;RELEASES;LOCK" ${ARGN})
   set(target ${name}_test)
   set(directory ${KIV_TEST_DIRECTORY})
   if(arg_REAL_LOG)
@@ -65,7 +66,12 @@ function(kiv_windows_test name)
     target_link_libraries(${target} PRIVATE tavkivut)
     add_dependencies(${target} kiv_tested_library)
   endif()
-  _kiv_register_windows_test(${name} ${directory}/${target}.exe "${arg_LOCK}")
+  if(arg_LONG)
+    _kiv_register_windows_test(${name} ${directory}/${target}.exe "${arg_LOCK}" CONFIGURATIONS long)
+    set_tests_properties(${name} PROPERTIES TIMEOUT 600)
+  else()
+    _kiv_register_windows_test(${name} ${directory}/${target}.exe "${arg_LOCK}")
+  endif()
   foreach(release ${arg_RELEASES})
     set(copy ${directory}/${target}_${release}.exe)
     add_custom_command(TARGET ${target} POST_BUILD

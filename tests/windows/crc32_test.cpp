@@ -1,6 +1,5 @@
 #include "tavkivut/crc32.h"
 
-#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -211,21 +210,4 @@ TEST_CASE("a path is signed as long as its signature's path fits") {
         CHECK(Sign(deep + name) == (fits ? 0 : ERROR_CRC));
         CHECK(Repository::Recorded(deep + name) == (fits ? kDigits : ERROR_FILE_NOT_FOUND));
     }
-}
-
-TEST_CASE("files above 4 GB have checksums of all their bytes") {
-    const char* const asked = std::getenv("KIV_TEST_LONG");
-    if (asked == nullptr || std::string(asked) != "1") {
-        MESSAGE("only where KIV_TEST_LONG is 1: it reads 4 GB");
-        return;
-    }
-    const TempDirectory folder;
-    {
-        const kiv::ScopedFile file = InUse(folder / "big", GENERIC_WRITE);
-        LONG high = 1;
-        REQUIRE(::SetFilePointer(file.Get(), 0, &high, FILE_BEGIN) == 0);
-        DWORD written = 0;
-        REQUIRE(::WriteFile(file.Get(), "behind 4 GB", 11, &written, nullptr));
-    }
-    CHECK(Checksum(folder / "big").crc == 0x857F3B16);
 }
