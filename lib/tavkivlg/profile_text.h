@@ -7,16 +7,9 @@
 
 namespace kivlg {
 
-// The text of an INI file, as the system's profile calls read it:
-//
-//     [ Section ]          up to the last "]" of the line; what follows it is ignored
-//     name = value         the value may hold further "="
-//     ; comment            only ";" makes one
-//     name                 without "=": not an entry
-//
-// Blanks around lines, names and values do not count. Names compare by `same`. Of sections and of entries with one name
-// the first counts; entries above the first header belong to the section "". Blanks are space, tab, vertical tab, form
-// feed and Ctrl-Z; lines end at CR or LF.
+// The text of an INI file, as the system's profile calls read it; see support/ini_lines.h for its lines. A name without
+// a value is not an entry. Names compare by `same`. Of sections and of entries with one name the first counts; entries
+// above the first header belong to the section "".
 using SameName = bool (*)(std::u16string_view a, std::u16string_view b);
 
 // The value with its quotes, or nothing when there is no such entry. Blanks around the wanted names do not count.

@@ -5,11 +5,6 @@
 namespace kiv {
 namespace {
 
-// How many bytes the character at `at` has; a lead byte at the very end stands alone.
-std::size_t CharacterSize(std::string_view path, std::size_t at, LeadByteTest isLead) noexcept {
-    return at + 1 < path.size() && isLead(static_cast<unsigned char>(path[at])) ? 2 : 1;
-}
-
 bool StartsWithDrive(std::string_view path) noexcept {
     return path.size() >= 2 && ToLower(path[0]) >= 'a' && ToLower(path[0]) <= 'z' && path[1] == ':';
 }

@@ -4,11 +4,11 @@
 #include <cstddef>
 #include <string_view>
 
+#include "support/characters.h"
+
 namespace kiv {
 
-// Rules of paths that need no system call. A "\" can be the second byte of a two-byte character, so every
-// walk goes by characters: the caller says which bytes begin one in the code page of the text.
-using LeadByteTest = bool (*)(unsigned char byte);
+// Rules of paths that need no system call.
 
 constexpr bool IsPathSeparator(char c) noexcept {
     return c == '\\' || c == '/';

@@ -24,18 +24,6 @@ std::uint32_t Get(const SignatureRecord& record, std::size_t at) noexcept {
     return value;
 }
 
-// npos when there is none. A "\" can be the second byte of a character, so the walk goes by characters.
-std::size_t LastBackslash(std::string_view path, LeadByteTest isLead) noexcept {
-    std::size_t last = std::string_view::npos;
-    for (std::size_t at = 0; at < path.size(); ++at) {
-        if (path[at] == '\\')
-            last = at;
-        else if (isLead(static_cast<unsigned char>(path[at])))
-            ++at;
-    }
-    return last;
-}
-
 }  // namespace
 
 SignatureRecord MakeSignature(std::uint32_t checksum) noexcept {

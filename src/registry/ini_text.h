@@ -41,9 +41,8 @@ struct IniSection {
 // The sections of an INI file, in file order, with the entries that the system's own call would give for each: for
 // files in an encoding that this call does not understand on every release. The names point into `text`.
 //
-// A header's name reaches to the last "]" of its line. Lines are trimmed of blanks (and Ctrl-Z), and so are names and
-// values around the first "="; lines that are empty or begin with ";" are left out, as is what stands before the first
-// header.
+// A name without a value is an entry too; what stands before the first header is left out. See support/ini_lines.h for
+// how lines are read.
 std::vector<IniSection> ParseIniText(std::u16string_view text);
 
 }  // namespace kiv

@@ -29,18 +29,6 @@ constexpr RootName kRootNames[] = {
     {"HKEY_DYN_DATA", "HKDD", 0x80000006U},
 };
 
-// Calls `visit` with the first place and the length (1 or 2) of every character, until it gives false.
-template <class Visit>
-void VisitCharacters(std::string_view text, LeadByteTest isLead, const Visit& visit) {
-    for (std::size_t i = 0; i < text.size();) {
-        const bool pair = i + 1 < text.size() && isLead(static_cast<unsigned char>(text[i]));
-        const std::size_t length = pair ? 2 : 1;
-        if (!visit(i, length))
-            return;
-        i += length;
-    }
-}
-
 }  // namespace
 
 ParsedKeyPath ParseKeyPath(std::string_view path) noexcept {
@@ -65,16 +53,6 @@ std::string JoinKeyPath(std::string_view parent, std::string_view subkey, LeadBy
     if (parent.empty() || LastBackslash(parent, isLead) != parent.size() - 1)
         path += '\\';
     return path.append(subkey.substr(subkey.front() == '\\' ? 1 : 0));
-}
-
-std::size_t LastBackslash(std::string_view path, LeadByteTest isLead) noexcept {
-    std::size_t last = std::string_view::npos;
-    VisitCharacters(path, isLead, [&](std::size_t place, std::size_t) {
-        if (path[place] == '\\')
-            last = place;
-        return true;
-    });
-    return last;
 }
 
 std::string_view KeyName(std::string_view path, LeadByteTest isLead) noexcept {

@@ -6,11 +6,11 @@
 #include <string>
 #include <string_view>
 
+#include "support/characters.h"
+
 namespace kiv {
 
-// Rules of registry key paths and machine names. A "\" can be the second byte of a two-byte character, so walks go by
-// characters: the caller says which bytes begin one in the code page of the text.
-using LeadByteTest = bool (*)(unsigned char byte);
+// Rules of registry key paths and machine names.
 
 struct ParsedKeyPath {
     std::uint32_t root = 0;       // the predefined key's number (0x80000000 and up), 0 when no root was recognised
@@ -34,9 +34,6 @@ std::string CanonicalKeyPath(std::string_view path);
 // Parent and subkey with one "\" between them. One "\" that the subkey begins with is not doubled, neither is one that
 // the parent ends with; an empty subkey gives the parent.
 std::string JoinKeyPath(std::string_view parent, std::string_view subkey, LeadByteTest isLead);
-
-// Where the last "\" stands; npos when there is none.
-std::size_t LastBackslash(std::string_view path, LeadByteTest isLead) noexcept;
 
 // The path behind its last "\", all of it when there is none.
 std::string_view KeyName(std::string_view path, LeadByteTest isLead) noexcept;
