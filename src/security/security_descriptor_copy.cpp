@@ -13,12 +13,7 @@ bool IsSelfRelative(void* sd) noexcept {
     return (kiv::DescriptorControl(sd) & SE_SELF_RELATIVE) != 0;
 }
 
-struct LocalBlockTraits {
-    using Type = void*;
-    static Type Empty() { return nullptr; }
-    static void Close(Type block) { ::LocalFree(block); }
-};
-using LocalBlock = kiv::ScopedResource<LocalBlockTraits>;
+using LocalBlock = kiv::ScopedLocalBlock;
 
 LocalBlock AllocateLocalBlock(std::size_t size) noexcept {
     LocalBlock block(::LocalAlloc(LPTR, size));

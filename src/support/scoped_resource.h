@@ -92,6 +92,13 @@ struct RegistryKeyTraits {
 };
 using ScopedRegistryKey = ScopedResource<RegistryKeyTraits>;
 
+struct LocalBlockTraits {
+    using Type = void*;
+    static Type Empty() { return nullptr; }
+    static void Close(Type block) { ::LocalFree(block); }
+};
+using ScopedLocalBlock = ScopedResource<LocalBlockTraits>;
+
 }  // namespace kiv
 
 #endif
