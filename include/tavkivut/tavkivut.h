@@ -10,6 +10,7 @@
 #include "tavkivut/frame.h"
 #include "tavkivut/ini.h"
 #include "tavkivut/inst_server.h"
+#include "tavkivut/network.h"
 #include "tavkivut/path.h"
 #include "tavkivut/process.h"
 #include "tavkivut/reg_exp.h"
