@@ -16,6 +16,7 @@
 #include "tavkivut/reg_exp.h"
 #include "tavkivut/registry.h"
 #include "tavkivut/security.h"
+#include "tavkivut/service_control.h"
 #include "tavkivut/system.h"
 #include "tavkivut/tools.h"
 

@@ -1,0 +1,86 @@
+#ifndef KIV_INSTALL_SERVICE_CALL_H
+#define KIV_INSTALL_SERVICE_CALL_H
+
+#include "install/service_api.h"
+
+#include <cstdlib>
+
+#include "support/scoped_resource.h"
+
+namespace kiv {
+
+// What the service manager's functions have in common: they report by a value that is not zero, some releases lack
+// them, and they tell how large an answer is only when asked.
+
+// Calls a function that takes a handle first. Gives the Win32 error, 0 for success, and leaves the last error alone.
+// A call that fails without saying why counts as an internal error.
+template <class Result, class Function, class... Arguments>
+DWORD CallService(Result& result, Function function, SC_HANDLE handle, Arguments... arguments) noexcept {
+    if (function == nullptr)
+        return ERROR_CALL_NOT_IMPLEMENTED;
+    if (handle == nullptr)
+        return ERROR_INVALID_HANDLE;
+    const LastErrorKeeper keeper;
+    ::SetLastError(ERROR_SUCCESS);
+    result = function(handle, arguments...);
+    if (result)
+        return ERROR_SUCCESS;
+    const DWORD error = ::GetLastError();
+    return error != ERROR_SUCCESS ? error : ERROR_INTERNAL_ERROR;
+}
+
+// The same where the result is of no use beyond that.
+template <class Function, class... Arguments>
+DWORD ServiceError(Function function, SC_HANDLE handle, Arguments... arguments) noexcept {
+    BOOL done = FALSE;
+    return CallService(done, function, handle, arguments...);
+}
+
+struct MallocTraits {
+    using Type = void*;
+    static Type Empty() { return nullptr; }
+    static void Close(Type block) { std::free(block); }
+};
+using ScopedMalloc = ScopedResource<MallocTraits>;
+
+// A block for answers, of a size that only grows.
+class AnswerBuffer {
+public:
+    void* Data() const noexcept { return m_block.Get(); }
+    DWORD Size() const noexcept { return m_size; }
+    void* Release() noexcept { return m_block.Release(); }
+
+    // Makes room for an answer of which the system says that it needs so many bytes, or so many more where that is not
+    // beyond the present size: it differs among the functions, and the answer may have grown since. The contents are
+    // lost. Gives the Win32 error.
+    DWORD Grow(DWORD needed) noexcept;
+
+private:
+    ScopedMalloc m_block;
+    DWORD m_size = 0;
+};
+
+constexpr bool IsTooSmall(DWORD error) noexcept {
+    return error == ERROR_INSUFFICIENT_BUFFER || error == ERROR_MORE_DATA;
+}
+
+// Asks without a buffer, then with one of the size that the system tells, again where the answer has grown meanwhile.
+// query(data, size, needed) gives the Win32 error.
+template <class Query>
+DWORD QueryWhole(AnswerBuffer& buffer, const Query& query) noexcept {
+    for (;;) {
+        DWORD needed = 0;
+        const DWORD error = query(buffer.Data(), buffer.Size(), needed);
+        if (!IsTooSmall(error))
+            return error;
+        if (const DWORD failure = buffer.Grow(needed); failure != ERROR_SUCCESS)
+            return failure;
+    }
+}
+
+// Writes the line of a failed operation and leaves its error as last error. Returns whether it was none.
+bool FinishServiceCall(DWORD error, const char* failure) noexcept;
+
+}  // namespace kiv
+
+#endif
