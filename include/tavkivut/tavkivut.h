@@ -6,6 +6,7 @@
 #include "tavkivut/config.h"
 #include "tavkivut/crc32.h"
 #include "tavkivut/crypt.h"
+#include "tavkivut/distribution.h"
 #include "tavkivut/file.h"
 #include "tavkivut/frame.h"
 #include "tavkivut/ini.h"
