@@ -11,6 +11,7 @@
 #include "tavkivut/frame.h"
 #include "tavkivut/ini.h"
 #include "tavkivut/inst_server.h"
+#include "tavkivut/java.h"
 #include "tavkivut/network.h"
 #include "tavkivut/path.h"
 #include "tavkivut/process.h"
