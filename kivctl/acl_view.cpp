@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "kivctl/command.h"
+#include "kivctl/outcome.h"
 #include "kivctl/principal.h"
 
 namespace kivctl {

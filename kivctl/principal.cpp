@@ -2,7 +2,7 @@
 
 #include <iostream>
 
-#include "kivctl/command.h"
+#include "kivctl/outcome.h"
 #include "tavkivut/system.h"
 
 namespace kivctl {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "kivctl/command.h"
+#include "kivctl/outcome.h"
 #include "support/ascii.h"
 
 namespace kivctl {

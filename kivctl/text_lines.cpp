@@ -2,7 +2,7 @@
 
 #include "support/windows_api.h"
 
-#include "kivctl/command.h"
+#include "kivctl/outcome.h"
 #include "support/scoped_resource.h"
 
 namespace kivctl {
