@@ -13,6 +13,7 @@
 #include "tavkivut/inst_server.h"
 #include "tavkivut/java.h"
 #include "tavkivut/network.h"
+#include "tavkivut/line_file.h"
 #include "tavkivut/path.h"
 #include "tavkivut/process.h"
 #include "tavkivut/reg_exp.h"
