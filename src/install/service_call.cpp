@@ -1,5 +1,7 @@
 #include "install/service_call.h"
 
+#include <algorithm>
+
 #include "support/log.h"
 
 namespace kiv {
@@ -7,16 +9,14 @@ namespace {
 
 // Far beyond any answer: a list of services is held to 256 KB by the older releases. It ends the asking of a manager
 // that never is content.
-constexpr DWORD kLargestAnswer = 64U << 20U;
+constexpr DWORD kLargestAnswer = 16U << 20U;
 
 }  // namespace
 
 DWORD AnswerBuffer::Grow(DWORD needed) noexcept {
     if (needed > kLargestAnswer || m_size > kLargestAnswer)
         return ERROR_NOT_ENOUGH_MEMORY;
-    DWORD size = needed;
-    if (size <= m_size)
-        size = m_size + (needed != 0 ? needed : m_size);
+    const DWORD size = needed > m_size ? needed : m_size + std::max(needed, m_size);
     if (size == 0)
         return ERROR_INTERNAL_ERROR;
     m_block.Reset(std::malloc(size));

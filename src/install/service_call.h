@@ -12,21 +12,27 @@ namespace kiv {
 // What the service manager's functions have in common: they report by a value that is not zero, some releases lack
 // them, and they tell how large an answer is only when asked.
 
-// Calls a function that takes a handle first. Gives the Win32 error, 0 for success, and leaves the last error alone.
-// A call that fails without saying why counts as an internal error.
+// Calls a function. Gives the Win32 error, 0 for success, and leaves the last error alone. A call that fails without
+// saying why counts as an internal error.
 template <class Result, class Function, class... Arguments>
-DWORD CallService(Result& result, Function function, SC_HANDLE handle, Arguments... arguments) noexcept {
+DWORD CallManager(Result& result, Function function, Arguments... arguments) noexcept {
     if (function == nullptr)
         return ERROR_CALL_NOT_IMPLEMENTED;
-    if (handle == nullptr)
-        return ERROR_INVALID_HANDLE;
     const LastErrorKeeper keeper;
     ::SetLastError(ERROR_SUCCESS);
-    result = function(handle, arguments...);
+    result = function(arguments...);
     if (result)
         return ERROR_SUCCESS;
     const DWORD error = ::GetLastError();
     return error != ERROR_SUCCESS ? error : ERROR_INTERNAL_ERROR;
+}
+
+// The same for a function of an open manager or service.
+template <class Result, class Function, class... Arguments>
+DWORD CallService(Result& result, Function function, SC_HANDLE handle, Arguments... arguments) noexcept {
+    if (function != nullptr && handle == nullptr)
+        return ERROR_INVALID_HANDLE;
+    return CallManager(result, function, handle, arguments...);
 }
 
 // The same where the result is of no use beyond that.
@@ -50,9 +56,9 @@ public:
     DWORD Size() const noexcept { return m_size; }
     void* Release() noexcept { return m_block.Release(); }
 
-    // Makes room for an answer of which the system says that it needs so many bytes, or so many more where that is not
-    // beyond the present size: it differs among the functions, and the answer may have grown since. The contents are
-    // lost. Gives the Win32 error.
+    // Makes room for an answer of which the system says that it needs so many bytes. Where that is not beyond the
+    // present size it means so many more (it differs among the functions), and the size is doubled at least. The
+    // contents are lost. Gives the Win32 error.
     DWORD Grow(DWORD needed) noexcept;
 
 private:

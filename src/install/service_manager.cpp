@@ -5,6 +5,7 @@
 #include "install/service_call.h"
 #include "support/clock.h"
 #include "support/log.h"
+#include "tavkivut/network.h"
 #include "tavkivut/service_control.h"
 
 namespace {
@@ -51,7 +52,7 @@ DWORD EnumerateServices(unsigned long data, bool (*callback)(unsigned long, Reco
     }
 }
 
-// The windows of a console program are handled, too, where it has any.
+// Looked up at run time, since a load of user32 would double the time that the library takes to load.
 struct MessageApi {
     decltype(&::PeekMessageA) peek;
     decltype(&::TranslateMessage) translate;
@@ -86,15 +87,6 @@ void DrainMessages() noexcept {
         messages.translate(&message);
         messages.dispatch(&message);
     }
-}
-
-DWORD OpenManager(SC_HANDLE& manager, const char* machine, DWORD access) noexcept {
-    const auto open = Services().openManager;
-    if (open == nullptr)
-        return ERROR_CALL_NOT_IMPLEMENTED;
-    const kiv::LastErrorKeeper keeper;
-    manager = open(machine, "ServicesActive", access);
-    return manager != nullptr ? DWORD{ERROR_SUCCESS} : ::GetLastError();
 }
 
 }  // namespace
@@ -147,11 +139,13 @@ bool CNTServiceControlManager::Open(const char* machine, unsigned long access) n
     Close();
     DWORD error = ERROR_SUCCESS;
     for (int attempt = 1; attempt <= kOpenAttempts; ++attempt) {
-        error = OpenManager(m_manager, machine, access);
+        error = kiv::CallManager(m_manager, Services().openManager, machine, "ServicesActive", access);
         if (error == ERROR_SUCCESS)
             return true;
         KIV_LOG_WIN32(error, kiv::kLogError, "Attempt to connect to remote registry %s failed",
                       machine != nullptr ? machine : "");
+        if (machine != nullptr)
+            TryToCloseIdleNetworkSessions(machine);
         if (error == RPC_S_CALL_FAILED && attempt < kOpenAttempts) {
             DrainMessages();
             kiv::Clock().sleep(kOpenPause);
