@@ -1,0 +1,120 @@
+// A process that hosts a Java machine, as a child of the host's tests: `java_child MODE`. HKLM is the key of
+// HKEY_CURRENT_USER that the environment variable KIV_LOCAL_MACHINE names (child_program.h).
+
+#include <cstring>
+
+#include "java/jni_tables.h"
+#include "support/dynamic_function.h"
+#include "windows/child_program.h"
+
+namespace {
+
+constexpr int kThreads = 32;
+
+struct Host : CKivJavaVM {
+    using CKivJavaVM::GetEnv;
+};
+
+JNIEnv* Environment() {
+    return (CKivJavaVM::GetInstance().*&Host::GetEnv)();
+}
+
+jobject Find(JNIEnv* env, const char* name) {
+    return reinterpret_cast<jobject>(env->functions->findClass(env, name));
+}
+
+DWORD WINAPI Work(LPVOID) {
+    JNIEnv* const env = Environment();
+    if (env == nullptr || env != Environment())
+        return 1;
+    for (int i = 0; i < 100; ++i) {
+        const jobject cls = Find(env, "java/lang/String");
+        if (cls == nullptr)
+            return 1;
+        env->functions->deleteLocalRef(env, cls);
+    }
+    return 0;
+}
+
+DWORD WINAPI WorkAndDetach(LPVOID result) {
+    const bool worked = Work(nullptr) == 0;
+    CKivJavaVM& machine = CKivJavaVM::GetInstance();
+    const bool wasAttached = machine.IsCurrentThreadAttached() == 1;
+    machine.DetachCurrentThread();
+    machine.DetachCurrentThread();
+    *static_cast<bool*>(result) = worked && wasAttached && machine.IsCurrentThreadAttached() == 0;
+    return 0;
+}
+
+// One of them creates the machine and is its main thread.
+int Threads() {
+    bool results[kThreads] = {};
+    HANDLE threads[kThreads];
+    for (int i = 0; i < kThreads; ++i)
+        threads[i] = ::CreateThread(nullptr, 0, WorkAndDetach, &results[i], 0, nullptr);
+    ::WaitForMultipleObjects(kThreads, threads, TRUE, 60000);
+    for (const bool result : results) {
+        if (!result)
+            return 1;
+    }
+    return 0;
+}
+
+int Exit() {
+    Environment();
+    DWORD id = 0;
+    const HANDLE thread = ::CreateThread(nullptr, 0, Work, nullptr, 0, &id);
+    ::WaitForSingleObject(thread, 60000);
+    std::printf("0x%x (%i)\n", static_cast<unsigned>(id), static_cast<int>(id));
+    return 0;
+}
+
+// Of a copy of the library, since this program keeps the library itself.
+int Unload() {
+    char path[MAX_PATH];
+    char copy[MAX_PATH + 10];
+    ::GetModuleFileNameA(::GetModuleHandleA("tavkivut.dll"), path, sizeof path);
+    std::snprintf(copy, sizeof copy, "%s.copy.dll", path);
+    ::CopyFileA(path, copy, FALSE);
+    const HMODULE library = ::LoadLibraryA(copy);
+    CKivJavaVM& (*getInstance)() = nullptr;
+    kiv::FindFunction(library, "_ZN10CKivJavaVM11GetInstanceEv", getInstance);
+    const bool available = getInstance().IsAvailable() == 1 && ::GetModuleHandleA("java_runtime.dll") != nullptr;
+    ::FreeLibrary(library);
+    ::DeleteFileA(copy);
+    return available && ::GetModuleHandleA("java_runtime.dll") == nullptr ? 0 : 1;
+}
+
+DWORD WINAPI UseEnvironment(LPVOID env) {
+    Find(static_cast<JNIEnv*>(env), "java/lang/String");
+    return 0;
+}
+
+// What nobody may do.
+int BreakRule(const char* rule) {
+    JNIEnv* const env = Environment();
+    const jobject cls = Find(env, std::strcmp(rule, "pending") == 0 ? "no/Such" : "java/lang/String");
+    if (std::strcmp(rule, "deleted") == 0)
+        env->functions->deleteLocalRef(env, cls);
+    if (std::strcmp(rule, "deleted") == 0 || std::strcmp(rule, "pending") == 0)
+        env->functions->newLocalRef(env, cls);
+    if (std::strcmp(rule, "otherthread") == 0)
+        ::WaitForSingleObject(::CreateThread(nullptr, 0, UseEnvironment, env, 0, nullptr), 60000);
+    if (std::strcmp(rule, "detach") == 0)
+        CKivJavaVM::GetInstance().DetachCurrentThread();
+    if (std::strcmp(rule, "unserved") == 0)
+        reinterpret_cast<void (*)()>(env->functions->reserved[0])();
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2 || !RedirectLocalMachine())
+        return 3;
+    if (std::strcmp(argv[1], "threads") == 0)
+        return Threads();
+    if (std::strcmp(argv[1], "exit") == 0)
+        return Exit();
+    return std::strcmp(argv[1], "unload") == 0 ? Unload() : BreakRule(argv[1]);
+}

@@ -1,0 +1,410 @@
+#include "support/windows_api.h"
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "java/jni_tables.h"
+#include "support/check.h"
+#include "support/dynamic_function.h"
+#include "support/java_registrations.h"
+#include "support/real_log.h"
+#include "support/recording_log.h"
+#include "support/redirected_key.h"
+#include "support/run_program.h"
+#include "tavkivut/java.h"
+#include "tavkivut/registry.h"
+
+using namespace kiv::test;
+
+struct CKivJavaVMLayout {
+    static constexpr std::size_t kPointer = sizeof(void*);
+    static_assert(offsetof(CKivJavaVM, m_vm) == 0 && offsetof(CKivJavaVM, m_runtimeModule) == kPointer);
+    static_assert(offsetof(CKivJavaVM, m_getDefaultInitArgs) == 2 * kPointer);
+    static_assert(offsetof(CKivJavaVM, m_createJavaVM) == 3 * kPointer);
+    static_assert(offsetof(CKivJavaVM, m_version) == 4 * kPointer);
+    static_assert(offsetof(CKivJavaVM, m_homePath) == 4 * kPointer + 260);
+    static_assert(offsetof(CKivJavaVM, m_jniVersion) == 4 * kPointer + 520);
+    static_assert(offsetof(CKivJavaVM, m_attachedThreads) > offsetof(CKivJavaVM, m_jniVersion));
+    static_assert(offsetof(CKivJavaVM, m_lock) > offsetof(CKivJavaVM, m_attachedThreads));
+};
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+// A host of its own, so that one process can make many one behind the other.
+struct Host : CKivJavaVM {
+    Host() {}
+    using CKivJavaVM::AllocJNIName;
+    using CKivJavaVM::AllocJNISignature;
+    using CKivJavaVM::FreeJNIName;
+    using CKivJavaVM::GetEnv;
+    using CKivJavaVM::LoadJVM;
+};
+
+bool IsRuntimeLoaded() {
+    return ::GetModuleHandleA("java_runtime.dll") != nullptr;
+}
+
+template <class Result>
+Result AskRuntime(const char* name) {
+    Result (*function)() = nullptr;
+    kiv::FindFunction(::GetModuleHandleA("java_runtime.dll"), name, function);
+    REQUIRE((function != nullptr));
+    return function();
+}
+
+std::string ThreadText(DWORD id) {
+    char text[40];
+    std::snprintf(text, sizeof text, "0x%x (%i)", static_cast<unsigned>(id), static_cast<int>(id));
+    return text;
+}
+
+// The lines of a successful start.
+Lines StartLines(const std::string& version, const std::string& library, const std::string& classPath) {
+    return {"1  JVM : found registration of runtime library version " + version,
+            "1  JVM : successfully loaded runtime library '" + library + "'",
+            "2  JVM : setting classpath to '" + classPath + "'",
+            "1  JVM : successfully created instance of the virtual machine, main thread is " +
+                ThreadText(::GetCurrentThreadId())};
+}
+
+constexpr const char* kNotLoaded = "1E JVM : failed to load virtual machine";
+
+struct Fixture {
+    RedirectedKey machine{HKEY_LOCAL_MACHINE};
+    JavaRegistrations runtimes{machine.Handle()};
+    RecordingLog log;
+};
+
+// Runs work on a thread of its own, to its end; gives the thread's id.
+DWORD OnThread(const std::function<void()>& work) {
+    struct Start {
+        static DWORD WINAPI Run(void* argument) {
+            (*static_cast<const std::function<void()>*>(argument))();
+            return 0;
+        }
+    };
+    DWORD id = 0;
+    const HANDLE thread = ::CreateThread(nullptr, 0, Start::Run, const_cast<std::function<void()>*>(&work), 0, &id);
+    ::WaitForSingleObject(thread, 60000);
+    ::CloseHandle(thread);
+    return id;
+}
+
+}  // namespace
+
+TEST_CASE_FIXTURE(Fixture,
+                  "the runtime whose name compares greatest is chosen, the others are passed over with a reason") {
+    const std::string longest = "3." + std::string(253, '0');
+    const std::string library = runtimes.Library();
+    SetText(runtimes.Key("1.1").Get(), "JavaHome", runtimes.Folder());
+    runtimes.Add("1.10", runtimes.Folder() + "\\gone.dll", runtimes.Folder());
+    runtimes.Add("1.2", "java_runtime.dll", runtimes.Folder());
+    SetData(runtimes.Key("1.3").Get(), "RuntimeLib", REG_BINARY, library);
+    runtimes.AddStandIn("1.4");
+    runtimes.Add("1.6", runtimes.Folder(), runtimes.Folder());
+    runtimes.Key("1.7");
+    runtimes.AddStandIn("2.a");
+    runtimes.Key("2.B");  // comes behind, but compares less: not looked at
+    runtimes.AddStandIn(longest);
+    const LockedSubkey locked(runtimes.Key().Get(), "1.7");
+    char before[MAX_PATH];
+    ::GetCurrentDirectoryA(sizeof before, before);
+    ::SetCurrentDirectoryA(runtimes.Folder().c_str());  // holds the file that 1.2 names
+    {
+        const Host host;
+        CHECK(host.IsAvailable() == 1);
+        CHECK(host.GetVersion() == longest);
+    }
+    ::SetCurrentDirectoryA(before);
+
+    const auto missing = [](const std::string& version, const std::string& path) {
+        return "1W JVM : the virtual machine (" + version + ") is not properly installed, runtime library '" + path +
+               "' is missing";
+    };
+    Lines expected = {"1W JVM : the registration of the virtual machine (1.1) is damaged",
+                      missing("1.10", runtimes.Folder() + "\\gone.dll"),
+                      missing("1.2", "java_runtime.dll"),
+                      "1W JVM : the registration of the virtual machine (1.3) is damaged",
+                      missing("1.6", runtimes.Folder()),
+                      "1W JVM : failed to query registration of runtime library version 1.7"};
+    for (const std::string& line : StartLines(longest, library, runtimes.Folder() + "\\lib"))
+        expected.push_back(line);
+    CHECK(log.Lines() == expected);
+    CHECK_FALSE(IsRuntimeLoaded());
+}
+
+TEST_CASE_FIXTURE(Fixture, "a start that fails says at which step, and leaves a host without a machine") {
+    const std::string library = runtimes.Library();
+    const std::string empty = runtimes.Write("empty.dll", "no library");
+    const std::string found = "1  JVM : found registration of runtime library version 1.4";
+    const std::string damaged = "1W JVM : the registration of the virtual machine (1.4) is damaged";
+    const std::string loaded = "1  JVM : successfully loaded runtime library '" + library + "'";
+    const std::string classPath = "2  JVM : setting classpath to '" + runtimes.Folder() + "\\lib'";
+    char without[MAX_PATH];
+    ::GetFullPathNameA("version_wide.dll", sizeof without, without, nullptr);
+    const struct {
+        const char* title;
+        const char* library;  // null: the value is missing
+        std::string home;     // "-": the value is missing
+        const char* fault;
+        Lines lines;
+    } rows[] = {
+        {"no home", library.c_str(), "-", nullptr, {found, damaged}},
+        {"a home beyond the limit", library.c_str(), std::string(260, 'h'), nullptr, {found, damaged}},
+        {"no library",
+         nullptr,
+         runtimes.Folder(),
+         nullptr,
+         {damaged, "1W JVM : the list of registered virtual machines is empty"}},
+        {"no DLL",
+         empty.c_str(),
+         runtimes.Folder(),
+         nullptr,
+         {found, "1E JVM : failed to load runtime library '" + empty + "' (193)"}},
+        {"no entry points",
+         without,
+         runtimes.Folder(),
+         nullptr,
+         {found, "1  JVM : successfully loaded runtime library '" + std::string(without) + "'",
+          "1E JVM : the runtime library '" + std::string(without) + "' is not valid (127)"}},
+        {"no JNI",
+         library.c_str(),
+         runtimes.Folder(),
+         "args=-1",
+         {found, loaded, "1E JVM : the runtime library '" + library + "' does not support JNI"}},
+        {"refusal",
+         library.c_str(),
+         runtimes.Folder(),
+         "create=-4",
+         {found, loaded, classPath,
+          "1E JVM : failed to create instance of the virtual machine, Error code 0xfffffffc (-4)"}},
+    };
+    {
+        Host host;
+        CHECK(log.Lines() == Lines{"1W JVM : there is no virtual machine registered on this host", kNotLoaded});
+    }
+    for (const auto& row : rows) {
+        CAPTURE(row.title);
+        DeleteKeyTree(machine.Handle(), "SOFTWARE");
+        if (row.library != nullptr)
+            SetText(runtimes.Key("1.4").Get(), "RuntimeLib", row.library);
+        if (row.home != "-")
+            SetText(runtimes.Key("1.4").Get(), "JavaHome", row.home);
+        const ScopedVariable fault("KIV_JAVA_FAULT", row.fault);
+        log.Clear();
+        Host host;
+        Lines lines = row.lines;
+        lines.emplace_back(kNotLoaded);
+        CHECK(log.Lines() == lines);
+        log.Clear();
+        CHECK(host.IsAvailable() == 0);
+        CHECK(host.GetEnv() == nullptr);
+        CHECK(host.IsCurrentThreadAttached() == 0);
+        host.DetachCurrentThread();
+        const Host copy(host);
+        CHECK(copy.IsAvailable() == 0);
+        CHECK(log.Lines() == Lines{});
+        CHECK_FALSE(IsRuntimeLoaded());
+    }
+}
+
+TEST_CASE_FIXTURE(Fixture, "a machine gets the class path, serves copies, and ends with the last of them") {
+    runtimes.Add("1.4", runtimes.Library(), runtimes.Folder() + "\\");
+    const ScopedVariable classPath("KIV_JAVA_CLASSPATH", "C:\\classes.zip");
+    const ScopedVariable positive("KIV_JAVA_FAULT", "create=1");
+    CHECK(CKivJavaVM::IsInstanceRunning() == 0);
+    {
+        auto first = std::make_unique<Host>();
+        CHECK(CKivJavaVM::IsInstanceRunning() == 1);
+        CHECK(first->GetHomePath() == runtimes.Folder());
+        CHECK(first->IsCurrentThreadAttached() == 1);
+        const std::string expected = "C:\\classes.zip;" + runtimes.Folder() + "\\lib";
+        CHECK(log.Lines() == StartLines("1.4", runtimes.Library(), expected));
+        CHECK(AskRuntime<const char*>("StandInClassPath") == expected);
+        log.Clear();
+        CHECK(first->LoadJVM() == 1);  // there is a machine already
+
+        Host copy(*first);
+        Host& self = copy;
+        copy = self;
+        first.reset();
+        CHECK(copy.IsAvailable() == 1);
+        CHECK(copy.GetVersion() == std::string("1.4"));
+        CHECK(copy.IsCurrentThreadAttached() == 0);
+        JNIEnv* const env = copy.GetEnv();
+        REQUIRE(env != nullptr);
+        CHECK(copy.IsCurrentThreadAttached() == 1);
+        CHECK(env->functions->getVersion(env) == kiv::kJniVersion12);
+        copy.DetachCurrentThread();
+        CHECK(AskRuntime<unsigned>("StandInThreads") == 0);
+    }
+    CHECK(log.Lines() == Lines{});
+    CHECK(CKivJavaVM::IsInstanceRunning() == 0);
+    CHECK_FALSE(IsRuntimeLoaded());
+}
+
+TEST_CASE_FIXTURE(Fixture, "a thread is attached once, and named at the end unless it was detached") {
+    runtimes.AddStandIn("1.4");
+    DWORD left = 0;
+    {
+        Host host;
+        log.Clear();
+        bool same = false;
+        left = OnThread([&] { same = host.GetEnv() == host.GetEnv() && host.IsCurrentThreadAttached() == 1; });
+        CHECK(same);
+        CHECK(AskRuntime<unsigned>("StandInThreads") == 2);
+        CHECK(log.Lines() == Lines{});
+    }
+    CHECK(log.Lines() ==
+          Lines{"1W JVM : the thread " + ThreadText(left) + " has not been detached from the virtual machine"});
+}
+
+TEST_CASE_FIXTURE(Fixture, "an environment that cannot be had is null, with the runtime's answer in the log") {
+    runtimes.AddStandIn("1.4");
+    Host host;
+    const struct {
+        const char* fault;
+        const char* line;
+    } rows[] = {
+        {"getenv=-3", "1E JVM : the installed runtime library does not support JNI"},
+        {"getenv=-1", "1E JVM : failed to retrieve thread environment, Error code 0xffffffff (-1)"},
+        {"attach=-6", "1E JVM : failed to attach thread to virtual machine, Error code 0xfffffffa (-6)"},
+    };
+    for (const auto& row : rows) {
+        CAPTURE(row.fault);
+        const ScopedVariable fault("KIV_JAVA_FAULT", row.fault);
+        log.Clear();
+        bool none = false;
+        OnThread([&] { none = host.GetEnv() == nullptr && host.IsCurrentThreadAttached() == 0; });
+        CHECK(none);
+        CHECK(log.Lines() == Lines{row.line});
+    }
+}
+
+TEST_CASE("names and signatures come in blocks of the library") {
+    const auto text = [](char* block) {
+        const std::string copy = block != nullptr ? block : "(null)";
+        Host::FreeJNIName(block);
+        return copy;
+    };
+    CHECK(text(Host::AllocJNIName("java.lang.String")) == "java/lang/String");
+    CHECK(text(Host::AllocJNIName(nullptr)) == "(null)");
+    CHECK(text(Host::AllocJNISignature("int", "java.lang.String,byte[]")) == "(Ljava/lang/String;[B)I");
+    CHECK(text(Host::AllocJNISignature(nullptr, nullptr)) == "()V");
+    CHECK(text(Host::AllocJNISignature("java.util.Map[]")) == "[Ljava/util/Map;");
+    CHECK(text(Host::AllocJNISignature(nullptr)) == "V");
+}
+
+namespace {
+
+// A process that hosts the one machine (java_child.cpp), beside the libraries as they are shipped.
+class HostProcess {
+public:
+    explicit HostProcess(const std::string& library, const std::string& home) {
+        runtimes.Add("1.4", library, home);
+        ::SetEnvironmentVariableA("KIV_LOCAL_MACHINE", m_machine.Path().c_str() + sizeof "HKCU");
+    }
+    HostProcess() : HostProcess("", "") { runtimes.AddStandIn("1.4"); }
+
+    ProgramResult Run(const std::string& mode) const {
+        const ScopedVariable file("TAVKIVLG_FILE", LogFile().c_str());
+        const ScopedVariable level("TAVKIVLG_LEVEL", "1");
+        return RunProgram("real_log\\java_child.exe " + mode);
+    }
+
+    // The log from the word behind the component on.
+    Lines LoggedLines() const {
+        Lines lines;
+        const std::string bytes = ReadFileBytes(LogFile());
+        const std::string component = " TavKivUt ";
+        for (std::size_t at = bytes.find(component); at != std::string::npos; at = bytes.find(component, at)) {
+            at += component.size();
+            lines.push_back(bytes.substr(at, bytes.find_first_of("\r\n", at) - at));
+        }
+        return lines;
+    }
+
+private:
+    std::string LogFile() const { return runtimes.Folder() + "\\jvm.log"; }
+
+    ScratchKey m_machine;
+
+public:
+    JavaRegistrations runtimes{m_machine.Handle()};
+};
+
+// The library of a Java runtime of this machine, if there is one; its home is two folders above.
+std::string RealRuntime() {
+    char path[MAX_PATH];
+    if (::GetEnvironmentVariableA("KIV_JAVA_RUNTIME", path, sizeof path) - 1 < sizeof path - 1)
+        return path;
+    const std::string key = std::string("HKLM\\") + JavaRegistrations::kKey;
+    const char* const version = CKivRegValue(nullptr, key.c_str(), "CurrentVersion", KEY_READ);
+    if (version == nullptr)
+        return {};
+    const std::string newest =
+        CKivRegKey(nullptr, key.c_str(), nullptr, KEY_READ)["CurrentVersion"].operator const char*();
+    const char* const library = CKivRegValue(nullptr, (key + "\\" + newest).c_str(), "RuntimeLib", KEY_READ);
+    return library == nullptr ? "" : library;
+}
+
+}  // namespace
+
+TEST_CASE("the end of a process names the threads that stayed attached and touches nothing else") {
+    const HostProcess process;
+    const ProgramResult result = process.Run("exit");
+    CHECK(result.exitCode == 0);
+    const Lines lines = process.LoggedLines();
+    REQUIRE(lines.size() == 4);
+    CHECK(lines[1] == "1- JVM : successfully loaded runtime library '" + process.runtimes.Library() + "'");
+    CHECK(lines[3] + "\n" == "1W JVM : the thread " + result.output.substr(0, result.output.find('\n')) +
+                                 " has not been detached from the virtual machine\n");
+}
+
+TEST_CASE("an unload of the library unloads the runtime") {
+    const ProgramResult result = HostProcess().Run("unload");
+    CHECK(result.output == "");
+    CHECK(result.exitCode == 0);
+}
+
+TEST_CASE("32 threads make the first call at once, attach, work and detach") {
+    const HostProcess standIn;
+    const ProgramResult result = standIn.Run("threads");
+    CHECK(result.output == "");
+    CHECK(result.exitCode == 0);
+    CHECK(standIn.LoggedLines().size() == 3);  // one start, and nobody left
+
+    const std::string real = RealRuntime();
+    if (real.empty())
+        return;
+    MESSAGE("also on the runtime of this machine: ", real);
+    const HostProcess process(real, real.substr(0, real.rfind("\\bin\\")));
+    CHECK(process.Run("threads").exitCode == 0);
+    CHECK(process.LoggedLines().size() == 3);
+}
+
+TEST_CASE("the stand-in runtime ends a process that breaks a rule") {
+    const struct {
+        const char* mode;
+        const char* rule;
+    } rows[] = {
+        {"leak", "1 local references are left at the end"},
+        {"deleted", "a reference that was deleted, or never was one, is used"},
+        {"pending", "a call with a pending exception"},
+        {"otherthread", "an environment is used on another thread"},
+        {"detach", "a local reference is left when its thread is detached"},
+        {"unserved", "a function is called that this runtime does not have"},
+    };
+    const HostProcess process;
+    for (const auto& row : rows) {
+        CAPTURE(row.mode);
+        const ProgramResult result = process.Run(row.mode);
+        CHECK(result.exitCode == 97);
+        CHECK(result.output == std::string("java runtime: ") + row.rule + "\n");
+    }
+}
