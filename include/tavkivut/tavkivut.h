@@ -11,6 +11,7 @@
 #include "tavkivut/frame.h"
 #include "tavkivut/ini.h"
 #include "tavkivut/inst_server.h"
+#include "tavkivut/install_service.h"
 #include "tavkivut/java.h"
 #include "tavkivut/network.h"
 #include "tavkivut/line_file.h"

@@ -13,6 +13,10 @@ constexpr const char* kPoliciesKeyPath = "HKLM\\Software\\TAV\\TAVSetup\\Policie
 constexpr const char* kServerListName = "InstServer";
 constexpr const char* kSetupConfigFile = "TavSetup.cfg";
 
+// The directory of the installer's own files on a workstation, and the value of the general key with its path.
+constexpr const char* kWorkstationDirectory = "TAVwksta";
+constexpr const char* kWorkstationPathName = "TAVwkstaPath";
+
 // Copies a path into a buffer of kKivServerPathSize characters; one that does not fit leaves "", since a cut path
 // names another place. Returns whether it fitted.
 bool CopyServerPath(char* out, std::string_view path) noexcept;

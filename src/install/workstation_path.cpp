@@ -11,15 +11,13 @@
 
 namespace {
 
-constexpr const char* kDirectoryName = "TAVwksta";
-constexpr const char* kPathValue = "TAVwkstaPath";
 constexpr const char* kMarkerFile = "__TAV.DIR";
 
 // The registry's own path for the directory, "" when it has none. False when it has one that does not fit.
 bool ReadConfiguredPath(CKivRegKey& key, std::string& path) {
     if (!key.open(kiv::kGeneralKeyPath, KEY_READ))
         return true;
-    CKivRegValue value = key[kPathValue];
+    CKivRegValue value = key[kiv::kWorkstationPathName];
     const char* const text = value;
     if (text == nullptr)
         return true;
@@ -43,14 +41,14 @@ void Claim(const std::string& directory, CKivRegKey& key) {
     const kiv::ScopedFile marker(::CreateFileA((directory + "\\" + kMarkerFile).c_str(), GENERIC_WRITE, FILE_SHARE_READ,
                                                nullptr, CREATE_NEW, FILE_ATTRIBUTE_HIDDEN, nullptr));
     if (key.create(kiv::kGeneralKeyPath, KEY_ALL_ACCESS, 0, nullptr))
-        key[kPathValue] = directory.c_str();
+        key[kiv::kWorkstationPathName] = directory.c_str();
 }
 
 std::string DefaultPath(const char* baseDir) {
     const char* const base = baseDir != nullptr ? baseDir : CKivSystem::GetWinDir();
     if (base == nullptr || base[0] == '\0')
         return {};
-    return kiv::WithoutTrailingBackslash(base) + "\\" + kDirectoryName;
+    return kiv::WithoutTrailingBackslash(base) + "\\" + kiv::kWorkstationDirectory;
 }
 
 std::string PrepareWorkstationPath(const char* machine, const char* baseDir) {

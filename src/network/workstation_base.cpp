@@ -67,7 +67,7 @@ DWORD FindWorkstationBase(const char* computer, std::string& directory) {
     std::string configured;
     DWORD status = WindowsDirectory(machine, windows);
     if (status == NO_ERROR)
-        status = ReadText(machine, kGeneralKeyPath, "TAVwkstaPath", configured);
+        status = ReadText(machine, kGeneralKeyPath, kWorkstationPathName, configured);
     if (status != NO_ERROR)
         return status;
     const std::string path = Expand(configured, windows);

@@ -7,12 +7,9 @@
 
 namespace kiv {
 
-// The name of the installer's own directory on a workstation.
-constexpr const char* kWorkstationDirectory = "TAVwksta";
-
-// The directory in which that one lies on a computer ("" is this one), without a trailing backslash: the parent of the
-// path in that computer's registry, else its Windows directory. A Win32 error when its registry cannot be reached, or
-// when the path is none of a drive.
+// The directory in which the installer's own, "TAVwksta", lies on a computer ("" is this one), without a trailing
+// backslash: the parent of the path in that computer's registry, else its Windows directory. A Win32 error when its
+// registry cannot be reached, or when the path is none of a drive.
 DWORD FindWorkstationBase(const char* computer, std::string& directory);
 
 }  // namespace kiv

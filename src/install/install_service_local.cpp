@@ -1,0 +1,118 @@
+#include "support/windows_api.h"
+
+#include <string>
+
+#include "install/service_call.h"
+#include "install/service_setup.h"
+#include "support/log.h"
+#include "tavkivut/inst_server.h"
+#include "tavkivut/install_service.h"
+#include "tavkivut/process.h"
+#include "tavkivut/tools.h"
+
+namespace {
+
+constexpr const char* kName = "TAVInstallerSvc";
+constexpr const char* kDisplayName =
+    "Allows users to install TAV Front-End Applications and Updates on their computers";
+constexpr const char* kDescription = "Allows users to install software and patches on locked-down workstations";
+constexpr const char* kProgram = "tavkivis.exe";
+constexpr const char* kLoggingLibrary = "tavkivlg.dll";
+
+bool OpenManager(CNTServiceControlManager& manager) noexcept {
+    const auto open = kiv::Services().openManager;
+    const SC_HANDLE handle = open != nullptr ? open(nullptr, SERVICES_ACTIVE_DATABASEA, kiv::kManagerAccess) : nullptr;
+    const DWORD error = open != nullptr ? ::GetLastError() : ERROR_CALL_NOT_IMPLEMENTED;
+    if (handle == nullptr) {
+        KIV_LOG_WIN32_TEXT(error, "Cannot open SCM", kiv::kLogMain);
+        return false;
+    }
+    manager.Attach(handle);
+    return true;
+}
+
+// Gives the Win32 error, 0 for success; a service that is not there is no failure to tell of.
+DWORD OpenInstalled(const CNTServiceControlManager& manager, CNTScmService& service) noexcept {
+    SC_HANDLE handle = nullptr;
+    const DWORD error =
+        kiv::CallService(handle, kiv::Services().openService, SC_HANDLE(manager), kName, kiv::kServiceAccess);
+    if (error == ERROR_SUCCESS)
+        service.Attach(handle);
+    return error;
+}
+
+// So that the files are free. Whether it runs at all, and when it will have stopped, does not matter here.
+void StopInstalled(const CNTServiceControlManager& manager) noexcept {
+    CNTScmService service;
+    SERVICE_STATUS status;
+    if (OpenInstalled(manager, service) == ERROR_SUCCESS)
+        kiv::ServiceError(kiv::Services().controlService, service, static_cast<DWORD>(SERVICE_CONTROL_STOP), &status);
+}
+
+void CopyBinary(const std::string& sourceDirectory, const std::string& targetDirectory, const char* name) {
+    const std::string source = sourceDirectory + "\\" + name;
+    const std::string target = targetDirectory + "\\" + name;
+    if (!::CopyFileA(source.c_str(), target.c_str(), FALSE)) {
+        const DWORD error = ::GetLastError();
+        KIV_LOG_WIN32(error, kiv::kLogError, "Failed to copy service binary '%s' to '%s'", source.c_str(),
+                      target.c_str());
+    }
+}
+
+DWORD CreateNew(const CNTServiceControlManager& manager, const char* binaryPath, const char* account,
+                const char* password, CNTScmService& service) noexcept {
+    SC_HANDLE handle = nullptr;
+    const DWORD error =
+        kiv::CallService(handle, kiv::Services().createService, SC_HANDLE(manager), kName, kDisplayName,
+                         kiv::kServiceAccess, kiv::kServiceType, DWORD{SERVICE_DEMAND_START}, kiv::kServiceErrorControl,
+                         binaryPath, nullptr, nullptr, kiv::kServiceDependencies, account, password);
+    if (error == ERROR_SUCCESS)
+        service.Attach(handle);
+    return error;
+}
+
+// False when there is no service afterwards. One that cannot be configured stays as it is.
+bool CreateOrConfigure(const CNTServiceControlManager& manager, const char* binaryPath, const char* account,
+                       const char* password, CNTScmService& service) noexcept {
+    const DWORD notCreated = CreateNew(manager, binaryPath, account, password, service);
+    if (notCreated == ERROR_SUCCESS)
+        return true;
+    KIV_LOG_WIN32_TEXT(notCreated, "Cannot create service", kiv::kLogMain);
+    if (OpenInstalled(manager, service) != ERROR_SUCCESS)
+        return false;
+    const DWORD notConfigured =
+        kiv::ServiceError(kiv::Services().changeConfig, service, kiv::kServiceType, DWORD{SERVICE_DEMAND_START},
+                          kiv::kServiceErrorControl, binaryPath, nullptr, nullptr, kiv::kServiceDependencies, account,
+                          password, kDisplayName);
+    if (notConfigured != ERROR_SUCCESS)
+        KIV_LOG_WIN32_TEXT(notConfigured, "Cannot configure service", kiv::kLogMain);
+    return true;
+}
+
+}  // namespace
+
+int KIV_CALL CreateInstallationService(const char* account, const char* password) noexcept {
+    CNTServiceControlManager manager;
+    if (!OpenManager(manager))
+        return 0;
+    StopInstalled(manager);
+
+    const std::string source = CKivThisProcess::GetExeDir();
+    const std::string target = KivGetTavWkstaPath(nullptr, nullptr);
+    if (target.empty()) {
+        KIV_LOG_WIN32_TEXT(ERROR_FILENAME_EXCED_RANGE, "Installation service : no workstation directory",
+                           kiv::kLogMain);
+        return 0;
+    }
+    CKivTools::CreateDirectoryRecursive(target.c_str());
+    CopyBinary(source, target, kLoggingLibrary);
+    CopyBinary(source, target, kProgram);
+    kiv::GrantServiceRights(nullptr, account);
+
+    CNTScmService service;
+    const std::string binaryPath = kiv::ServiceBinaryPath(target + "\\" + kProgram);
+    if (!CreateOrConfigure(manager, binaryPath.c_str(), kiv::TextOrNull(account), password, service))
+        return 0;
+    kiv::WriteServiceDescription(nullptr, kName, kDescription);
+    return kiv::OpenServiceToEveryone(service) ? 1 : 0;
+}

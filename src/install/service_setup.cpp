@@ -1,0 +1,74 @@
+#include "install/service_setup.h"
+
+#include "network/computer.h"
+#include "support/log.h"
+#include "tavkivut/registry.h"
+#include "tavkivut/security.h"
+
+namespace kiv {
+namespace {
+
+struct AccountRight {
+    const char* name;
+    const char* granted;  // formats of the lines that tell, with the account
+    const char* failed;
+};
+
+// In the order in which they are granted.
+constexpr AccountRight kAccountRights[] = {
+    {"SeServiceLogonRight", "Security : allowed %s to logon as service",
+     "Security : failed to allow %s to logon as service"},
+    {"SeInteractiveLogonRight", "Security : allowed %s to logon interactively",
+     "Security : failed to allow %s to logon interactively"},
+    {"SeTcbPrivilege", "Security : allowed %s to act as part of system",
+     "Security : failed to allow %s to act as part of system"},
+    {"SeAssignPrimaryTokenPrivilege", "Security : allowed %s to replace process-level token",
+     "Security : failed to allow %s to replace process-level token"},
+};
+
+constexpr const char* kServicesKey = "HKLM\\SYSTEM\\CurrentControlSet\\Services";
+
+// ".\user" is an account of the computer itself, which the look-up there knows by its bare name.
+const char* BareAccount(const char* account) noexcept {
+    return account[0] == '.' && account[1] == '\\' ? account + 2 : account;
+}
+
+}  // namespace
+
+MachineArgument::MachineArgument(const char* computer) : m_server(ServerName(ComputerName(computer))) {}
+
+std::string ServiceBinaryPath(const std::string& path) {
+    return path.find(' ') == std::string::npos ? path : '"' + path + '"';
+}
+
+void GrantServiceRights(const char* machine, const char* account) noexcept {
+    if (TextOrNull(account) == nullptr)
+        return;
+    for (const AccountRight& right : kAccountRights) {
+        if (KivAddAccountPrivilege(machine, BareAccount(account), right.name) != 0)
+            KIV_LOG(kLogMain, kLogInfo, right.granted, account);
+        else
+            KIV_LOG(kLogMain, kLogError, right.failed, account);
+    }
+}
+
+void WriteServiceDescription(const char* machine, const char* name, const char* description) {
+    CKivRegKey key(machine, nullptr, nullptr, KEY_SET_VALUE);
+    if (!key.create(kServicesKey, name, KEY_SET_VALUE)) {
+        KIV_LOG_WIN32_TEXT(key.getLastError(), "Failed to create description reg key ", kLogMain);
+        return;
+    }
+    key["Description"] = description;
+}
+
+bool OpenServiceToEveryone(SC_HANDLE service) noexcept {
+    CKivSecurityDescriptor sd;
+    if (sd.SetDacl(nullptr) != 0 && sd.SetServiceDacl(service) != 0) {
+        KIV_LOG(kLogMain, kLogInfo, "Successfully granted everyone access to the service");
+        return true;
+    }
+    KIV_LOG_WIN32_TEXT(::GetLastError(), "Failed to allow everyone access to the service", kLogMain);
+    return false;
+}
+
+}  // namespace kiv
