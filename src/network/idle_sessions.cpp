@@ -4,6 +4,7 @@
 
 #include "network/computer.h"
 #include "network/net_api.h"
+#include "support/ascii.h"
 #include "support/hresult.h"
 #include "support/scoped_resource.h"
 #include "tavkivut/network.h"
@@ -15,22 +16,22 @@ constexpr unsigned long kUserNameSize = 257;
 
 // Whom a session must belong to: the user of this process, at this computer.
 struct Caller {
-    std::wstring computer;
-    std::wstring user;
+    std::string computer;
+    std::string user;
 };
 
 Caller ThisCaller() {
     unsigned short user[kUserNameSize] = {};
     CKivSystem::GetUserNameA(user, kUserNameSize, false);
-    return {kiv::WideFromAnsi(CKivSystem::GetComputerNameA()), reinterpret_cast<const wchar_t*>(user)};
+    return {CKivSystem::GetComputerNameA(), kiv::AnsiFromWide(reinterpret_cast<const wchar_t*>(user))};
 }
 
-bool Equals(const wchar_t* text, const std::wstring& expected) noexcept {
-    return text != nullptr && !expected.empty() && ::lstrcmpiW(text, expected.c_str()) == 0;
+bool Equals(const wchar_t* text, const std::string& expected) {
+    return text != nullptr && !expected.empty() && kiv::EqualsIgnoreCase(kiv::AnsiFromWide(text), expected);
 }
 
 // A session through which something is open is in use, however long nothing was asked for.
-bool IsIdle(const SESSION_INFO_1& session, const Caller& caller) noexcept {
+bool IsIdle(const SESSION_INFO_1& session, const Caller& caller) {
     const wchar_t* client = session.sesi1_cname;
     while (client != nullptr && *client == L'\\')
         ++client;
@@ -51,12 +52,12 @@ int CloseIdleSessions(const std::string& server) {
     if (status != NERR_Success && status != ERROR_MORE_DATA)
         return 0;
     const Caller caller = ThisCaller();
-    std::wstring client = L"\\\\" + caller.computer;
-    std::wstring user = caller.user;
+    kiv::NetText client(kiv::ServerName(caller.computer));
+    kiv::NetText user(caller.user);
     int closed = 0;
     for (DWORD i = 0; i < count; ++i) {
         if (IsIdle(buffer.As<SESSION_INFO_1>()[i], caller) &&
-            net.sessionDel(kiv::NetText(server), client.data(), user.data()) == NERR_Success)
+            net.sessionDel(kiv::NetText(server), client, user) == NERR_Success)
             ++closed;
     }
     return closed;
