@@ -1,6 +1,7 @@
 #include <iostream>
 
 #include "kivctl/command.h"
+#include "kivctl/commands.h"
 
 #include "support/text_convert.h"
 #include "support/windows_api.h"
