@@ -162,6 +162,7 @@ demo() {
     build_preset i686-release
     note "demo"
     tools/private-network tools/demo build/i686-release
+    tools/demo-java build/i686-release
 }
 
 bench() {

@@ -15,6 +15,7 @@ void AddConfigCommand(CLI::App& app);
 void AddCrcCommand(CLI::App& app);
 void AddFileCommand(CLI::App& app);
 void AddIniCommand(CLI::App& app);
+void AddJavaCommand(CLI::App& app);
 void AddPrivilegeCommand(CLI::App& app);
 void AddRegCommand(CLI::App& app);
 void AddRegexpCommand(CLI::App& app);

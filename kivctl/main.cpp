@@ -88,6 +88,7 @@ int main(int argc, char** argv) {
     kivctl::AddCrcCommand(app);
     kivctl::AddFileCommand(app);
     kivctl::AddIniCommand(app);
+    kivctl::AddJavaCommand(app);
     kivctl::AddPrivilegeCommand(app);
     kivctl::AddRegCommand(app);
     kivctl::AddRegexpCommand(app);

@@ -1,0 +1,102 @@
+#include <algorithm>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "support/windows_api.h"
+
+#include "java/java_registrations.h"
+#include "kivctl/command.h"
+#include "tavkivut/java.h"
+
+namespace kivctl {
+namespace {
+
+using Json = nlohmann::ordered_json;
+using kiv::JavaRegistration;
+using kiv::JavaVerdict;
+
+struct Options {
+    bool json = false;
+};
+
+struct VerdictText {
+    JavaVerdict verdict;
+    const char* name;  // for programs
+    const char* sentence;
+};
+
+constexpr VerdictText kVerdicts[] = {
+    {JavaVerdict::kChosen, "chosen", "would be used"},
+    {JavaVerdict::kOvertaken, "overtaken", "passed over: a version behind it compares greater"},
+    {JavaVerdict::kNotGreater, "not greater", "passed over: a version before it compares greater"},
+    {JavaVerdict::kUnreadable, "unreadable", "passed over: its registration cannot be opened"},
+    {JavaVerdict::kDamaged, "damaged", "passed over: its registration has no text RuntimeLib"},
+    {JavaVerdict::kMissing, "missing", "passed over: no such file, or no full path"},
+};
+
+const VerdictText& TextOf(JavaVerdict verdict) {
+    return *std::find_if(std::begin(kVerdicts), std::end(kVerdicts),
+                         [verdict](const VerdictText& text) { return text.verdict == verdict; });
+}
+
+void Print(const JavaRegistration& registration) {
+    std::cout << registration.version << "\n    " << TextOf(registration.verdict).sentence << "\n";
+    if (!registration.library.empty())
+        std::cout << "    " << registration.library << "\n";
+}
+
+// The same look at the registry that the library takes before it loads a runtime.
+void List(const Options& options) {
+    const auto registered = kiv::ExamineJavaRegistrations();
+    const std::vector<JavaRegistration> all = registered ? *registered : std::vector<JavaRegistration>();
+    Json answer = Json::array();
+    bool anyChosen = false;
+    for (const JavaRegistration& registration : all) {
+        anyChosen = anyChosen || registration.verdict == JavaVerdict::kChosen;
+        Json entry{{"version", Utf8(registration.version)}, {"verdict", TextOf(registration.verdict).name}};
+        if (!registration.library.empty())
+            entry["library"] = Utf8(registration.library);
+        answer.push_back(entry);
+        if (!options.json)
+            Print(registration);
+    }
+    if (options.json)
+        std::cout << answer.dump(2) << "\n";
+    else if (all.empty())
+        std::cout << "no runtime is registered\n";
+    SetExitCode(anyChosen ? kExitDone : kExitFailed);
+}
+
+void Load(const Options& options) {
+    const CKivJavaVM& machine = CKivJavaVM::GetInstance();
+    if (machine.IsAvailable() == 0)
+        throw Failure("there is no Java machine; `kivctl java list` and the log tell why");
+    if (options.json)
+        std::cout << Json{{"version", Utf8(machine.GetVersion())}, {"home", Utf8(machine.GetHomePath())}}.dump(2)
+                  << "\n";
+    else
+        std::cout << "Version  " << machine.GetVersion() << "\nHome     " << machine.GetHomePath() << "\n";
+}
+
+void AddAction(CLI::App& java, const char* name, const char* help, void (*run)(const Options&)) {
+    const auto options = std::make_shared<Options>();
+    CLI::App* command = java.add_subcommand(name, help);
+    command->add_flag("--json", options->json, "answer as JSON");
+    command->callback([options, run] { run(*options); });
+}
+
+}  // namespace
+
+void AddJavaCommand(CLI::App& app) {
+    CLI::App* java = app.add_subcommand("java", "Shows the registered Java runtimes, and starts the one that counts.");
+    java->require_subcommand(1);
+    AddAction(*java, "list", "Shows every registered runtime and why it would be used or not; exit code 1 if none is.",
+              List);
+    AddAction(*java, "load", "Loads that runtime and creates a machine in this process.", Load);
+}
+
+}  // namespace kivctl
