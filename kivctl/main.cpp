@@ -89,6 +89,7 @@ int main(int argc, char** argv) {
     kivctl::AddFileCommand(app);
     kivctl::AddIniCommand(app);
     kivctl::AddJavaCommand(app);
+    kivctl::AddLinesCommand(app);
     kivctl::AddPrivilegeCommand(app);
     kivctl::AddRegCommand(app);
     kivctl::AddRegexpCommand(app);

@@ -45,7 +45,7 @@ std::vector<TextLine> SplitLines(std::string_view text) {
     return lines;
 }
 
-std::string ReadTextFile(const std::string& file) {
+std::string ReadWholeFile(const std::string& file) {
     const kiv::ScopedFile opened = Open(file, GENERIC_READ);
     const DWORD size = ::GetFileSize(opened.Get(), nullptr);
     if (size > kMostBytes)
@@ -57,6 +57,11 @@ std::string ReadTextFile(const std::string& file) {
         throw Failure("'" + file + "' cannot be read: " + ErrorText(error));
     }
     content.resize(read);
+    return content;
+}
+
+std::string ReadTextFile(const std::string& file) {
+    std::string content = ReadWholeFile(file);
     if (content.find('\0') != std::string::npos)
         throw Failure("'" + file + "' holds zero bytes: it is no text of one or two bytes a character");
     return content;

@@ -15,6 +15,9 @@ struct TextLine {
 
 std::vector<TextLine> SplitLines(std::string_view text);
 
+// The bytes of a file. Throws Failure when it cannot be read.
+std::string ReadWholeFile(const std::string& file);
+
 // The content of a file in a one-byte or two-byte code page. Throws Failure for one that cannot be read or holds zero
 // bytes.
 std::string ReadTextFile(const std::string& file);

@@ -44,10 +44,10 @@ public:
     // Closes what is open and reads a file. A file that is missing is created empty unless it is to be read only. The
     // encoding is what the file will be written in: ENCODING_UTF16, the code page for any other value, or
     // ENCODING_KEEP.
-    // False for a null path, with nothing done, and for a file that cannot be opened, or written to by others meanwhile
-    // unless it is read-only: one line of the log then.
-    // True also for a file that could not be read whole (a failed read is logged; no memory; 4 GB and more): the
-    // object then has no lines and is read-only, so that the file is not lost.
+    // False for a null path, with nothing done, and for a file that cannot be opened (one that someone else has open
+    // for writing opens only read-only): a line of the log and the thread's last error tell why. True also for a file
+    // that could not be read whole (a failed read is logged; no memory; 4 GB and more): the object then has no lines
+    // and is read-only, so that the file is not lost.
     bool open(const wchar_t* path, bool readOnly, unsigned long encoding = ENCODING_KEEP) noexcept;
 
     // Writes the file unless the object is read-only, also without an edit, and ends closed, without lines and pending
@@ -112,7 +112,6 @@ private:
     void Save() noexcept;
     void Clear() noexcept;
     void CopyFrom(const CKivIsamFile& other) noexcept;
-    bool AddLine(const char* line, decltype(sizeof 0) length) noexcept;
     bool AddToPending(const wchar_t* text, decltype(sizeof 0) length) noexcept;
     void DropPending() noexcept;
 

@@ -41,7 +41,8 @@ bool CopyWide(std::string_view line, wchar_t* buffer) noexcept {
 template <class Use>
 bool WithNarrow(std::wstring_view text, const Use& use) noexcept {
     try {
-        return use(kiv::AnsiFromWide(text));
+        std::string narrow = kiv::AnsiFromWide(text);
+        return use(narrow);
     } catch (const std::bad_alloc&) {
         return false;
     }
@@ -103,7 +104,7 @@ bool CKivIsamFile::empty() noexcept {
 bool CKivIsamFile::append(const wchar_t* text) noexcept {
     if (m_readOnly)
         return false;
-    return WithNarrow(text == nullptr ? L"" : text, [this](std::string narrow) { return appendImpl(narrow.data()); });
+    return WithNarrow(text == nullptr ? L"" : text, [this](std::string& narrow) { return appendImpl(narrow.data()); });
 }
 
 bool CKivIsamFile::append(const char* text) noexcept {
@@ -116,19 +117,16 @@ bool CKivIsamFile::append(const char* text) noexcept {
 }
 
 bool CKivIsamFile::appendImpl(char* text) noexcept {
-    const auto before = static_cast<std::size_t>(lines());
-    const bool appended =
-        kiv::ForEachAppendedLine(std::string_view(text == nullptr ? "" : text),
-                                 [this](std::string_view line) { return AddLine(line.data(), line.size()); });
-    if (!appended && m_lines != nullptr)
-        m_lines->Shorten(before);
-    return appended;
-}
-
-bool CKivIsamFile::AddLine(const char* line, std::size_t length) noexcept {
     if (m_lines == nullptr)
         m_lines = new (std::nothrow) kiv::LineList;
-    return m_lines != nullptr && m_lines->Add({line, length});
+    if (m_lines == nullptr)
+        return false;
+    const std::size_t before = m_lines->Count();
+    const bool appended = kiv::ForEachAppendedLine(std::string_view(text == nullptr ? "" : text),
+                                                   [this](std::string_view line) { return m_lines->Add(line); });
+    if (!appended)
+        m_lines->Shorten(before);
+    return appended;
 }
 
 CKivIsamFile& CKivIsamFile::operator<<(const wchar_t* text) noexcept {
@@ -137,7 +135,7 @@ CKivIsamFile& CKivIsamFile::operator<<(const wchar_t* text) noexcept {
         return *this;
     kiv::ForEachCollectedLine(std::wstring_view(m_pending, m_pendingLength), [this](std::wstring_view line) {
         if (!m_readOnly)
-            WithNarrow(line, [this](const std::string& narrow) { return AddLine(narrow.data(), narrow.size()); });
+            WithNarrow(line, [this](std::string& narrow) { return appendImpl(narrow.data()); });
     });
     DropPending();
     return *this;

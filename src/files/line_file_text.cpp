@@ -8,6 +8,8 @@
 #include "files/line_text.h"
 #include "tavkivut/line_file.h"
 
+using namespace std::string_view_literals;
+
 namespace {
 
 constexpr wchar_t kBlank = 32;
@@ -18,7 +20,7 @@ constexpr std::size_t kMostAtOnce = 65536;
 
 wchar_t* CKivIsamFile::expandCrLf(const wchar_t* text) noexcept {
     kiv::HeapBuffer<wchar_t> expanded;
-    if (!kiv::ExpandLineBreaks(std::wstring_view(text == nullptr ? L"" : text), expanded) || !expanded.Append({L"", 1}))
+    if (!kiv::ExpandLineBreaks(std::wstring_view(text == nullptr ? L"" : text), expanded) || !expanded.Append(L"\0"sv))
         return nullptr;
     return expanded.Release();
 }

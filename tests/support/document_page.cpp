@@ -91,10 +91,17 @@ std::string BuiltProgram(const std::string& path) {
     return program.substr(0, program.rfind('\\')) + "\\..\\" + path;
 }
 
-void RunKivctlExamples(const std::string& block, const std::string& folder) {
-    const std::string prompt = "> kivctl ";
+std::string OutputIn(const std::string& folder, const std::string& commandLine) {
     char before[MAX_PATH];
     REQUIRE(::GetCurrentDirectoryA(sizeof before, before) != 0);
+    REQUIRE(::SetCurrentDirectoryA(folder.c_str()));
+    const ProgramResult result = RunProgram(commandLine);
+    REQUIRE(::SetCurrentDirectoryA(before));
+    return result.output;
+}
+
+void RunKivctlExamples(const std::string& block, const std::string& folder) {
+    const std::string prompt = "> kivctl ";
     const std::vector<std::string> lines = LinesOf(block);
     std::size_t commands = 0;
     for (std::size_t at = 0; at < lines.size(); ++commands) {
@@ -104,11 +111,8 @@ void RunKivctlExamples(const std::string& block, const std::string& folder) {
         std::string expected;
         for (; at < lines.size() && lines[at].compare(0, prompt.size(), prompt) != 0; ++at)
             expected += lines[at] + "\n";
-        REQUIRE(::SetCurrentDirectoryA(folder.c_str()));
-        const ProgramResult result =
-            RunProgram("\"" + BuiltProgram("bin\\kivctl.exe") + "\" " + command.substr(prompt.size()));
-        REQUIRE(::SetCurrentDirectoryA(before));
-        CHECK(result.output == expected);
+        const std::string kivctl = "\"" + BuiltProgram("bin\\kivctl.exe") + "\" ";
+        CHECK(OutputIn(folder, kivctl + command.substr(prompt.size())) == expected);
     }
     CHECK(commands > 0);
 }

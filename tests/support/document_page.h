@@ -27,6 +27,9 @@ private:
 // "> kivctl " are commands, those behind each are what it writes.
 void RunKivctlExamples(const std::string& block, const std::string& folder);
 
+// What a program writes that runs in a folder.
+std::string OutputIn(const std::string& folder, const std::string& commandLine);
+
 // The path of a program of this build: "bin\\kivctl.exe", "tests\\example.exe".
 std::string BuiltProgram(const std::string& path);
 

@@ -9,6 +9,7 @@
 #include "support/run_program.h"
 #include "support/temp_directory.h"
 #include "tavkivut/crc32.h"
+#include "tavkivut/line_file.h"
 #include "tavkivut/reg_exp.h"
 
 namespace {
@@ -28,6 +29,27 @@ std::string Hex(unsigned long crc) {
     char text[16];
     std::snprintf(text, sizeof text, "0x%08lx", crc);
     return text;
+}
+
+// The text that a page writes with "\\r" and "\\n".
+std::string Unescaped(const std::string& shown) {
+    std::string text;
+    for (std::size_t at = 0; at < shown.size(); ++at) {
+        const bool escaped = shown[at] == '\\';
+        const char c = shown[escaped ? ++at : at];
+        text += !escaped ? c : c == 'r' ? '\r' : '\n';
+    }
+    return text;
+}
+
+std::string Lines(CKivIsamFile& file) {
+    std::string lines;
+    wchar_t line[16];
+    for (long i = 0; i < file.lines(); ++i) {
+        const long length = file.get(i, line, 16);
+        lines += "[" + std::string(line, line + length) + "]";
+    }
+    return lines;
 }
 
 }  // namespace
@@ -62,6 +84,38 @@ TEST_CASE("kivctl regexp and the example program do what the page says") {
     const std::string file = folder.Write("settings.txt", page.BlockBehind("With `settings.txt` as"));
     kiv::test::RunKivctlExamples(page.BlockBehind("`kivctl` answers"), folder.Path());
     CHECK(kiv::test::ReadFileBytes(file) == "Host=far\nProduct=Office\nHost=near\n");
+}
+
+TEST_CASE("line files are what their page says") {
+    const DocumentPage page("line-files.md");
+    const TempDirectory folder;
+    const std::string path = folder / "setup.txt";
+    const std::wstring wide(path.begin(), path.end());
+    for (const DocumentPage::Row& row : page.Table({"File", "Lines"})) {
+        CAPTURE(row[0]);
+        kiv::test::WriteFileBytes(path, Unescaped(row[0]));
+        CKivIsamFile file(wide.c_str(), false);
+        CHECK(Lines(file) == row[1]);
+        file.close();
+        CHECK(kiv::test::ReadFileBytes(path) == Unescaped(row[2]));
+    }
+    for (const bool streamed : {false, true}) {
+        for (const DocumentPage::Row& row : page.Table({streamed ? "Streamed" : "Appended", "Lines"})) {
+            CAPTURE(row[0]);
+            const std::string text = Unescaped(row[0]);
+            CKivIsamFile file(wide.c_str(), false);
+            file.empty();
+            if (streamed)
+                file << std::wstring(text.begin(), text.end()).c_str();
+            else
+                file.append(text.c_str());
+            CHECK(Lines(file) == row[1]);
+        }
+    }
+    folder.Write("setup.txt", "[App]\nSize=1");
+    const std::string program = BuiltProgram("tests\\line_files_example.exe");
+    CHECK(kiv::test::OutputIn(folder.Path(), program) == page.BlockBehind("it prints"));
+    kiv::test::RunKivctlExamples(page.BlockBehind("as the program left it"), folder.Path());
 }
 
 TEST_CASE("checksums and signatures are what their page says") {

@@ -7,7 +7,9 @@
 #include "support/check.h"
 #include "support/forced_os_family.h"
 #include "support/redirected_key.h"
+#include "support/temp_directory.h"
 #include "tavkivut/file.h"
+#include "tavkivut/line_file.h"
 #include "tavkivut/registry.h"
 #include "tavkivut/system.h"
 
@@ -56,4 +58,18 @@ TEST_CASE("a character that ends in a backslash's byte does not cut a key path")
     CHECK(key.remove());
     CHECK(key.getLastError() == 0);
     CHECK((key.open(scratch.Path().c_str()) && key.empty()));
+}
+
+TEST_CASE("lines of two-byte characters are as long as their bytes") {
+    const kiv::test::TempDirectory folder;
+    const std::string path = folder.Write("file", std::string("\xFF\xFE\x68\x88\x68\x88\n\0", 8));
+    const std::wstring wide(path.begin(), path.end());
+    CKivIsamFile file(wide.c_str(), false);
+    wchar_t line[5] = L"????";
+    CHECK((file.get(0, line, 5) == 4 && std::wstring(line) == L"\u8868\u8868"));
+    CHECK((file.get(0, line, 4) == 4 && line[0] == L'\0'));
+    CHECK((file.append((kTable + "\n" + kTable).c_str()) && file.lines() == 3));
+    file.close();
+    CHECK(kiv::test::ReadFileBytes(path) ==
+          std::string("\xFF\xFE\x68\x88\x68\x88\r\0\n\0\x68\x88\r\0\n\0\x68\x88\r\0\n\0", 22));
 }
