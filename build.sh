@@ -37,6 +37,7 @@ note() {
 readonly packages_common=(ca-certificates cmake ninja-build g++ python3 git dpkg-dev xz-utils patch)
 readonly packages_windows=(g++-mingw-w64-i686-win32 g++-mingw-w64-x86-64-win32 wine wine64 wine32:i386
     libcli11-dev nlohmann-json3-dev doctest-dev iproute2 procps util-linux)
+readonly packages_test=(libxml2-utils)
 readonly packages_lint=(clang clang-format clang-tidy cppcheck)
 readonly packages_fuzz=(clang libclang-rt-14-dev)
 readonly packages_bench=(libpcre2-dev zlib1g-dev)
@@ -137,7 +138,7 @@ check() {
     --long) long=1 ;;
     *) fail "check takes --long or nothing" ;;
     esac
-    setup "${packages_common[@]}" "${packages_windows[@]}" "${packages_lint[@]}" "${packages_fuzz[@]}"
+    setup "${packages_common[@]}" "${packages_windows[@]}" "${packages_test[@]}" "${packages_lint[@]}" "${packages_fuzz[@]}"
     note "build"
     local preset
     for preset in native-sanitize native-fuzz "${windows_presets[@]}"; do

@@ -23,5 +23,6 @@
 #include "tavkivut/service_control.h"
 #include "tavkivut/system.h"
 #include "tavkivut/tools.h"
+#include "tavkivut/xml.h"
 
 #endif
