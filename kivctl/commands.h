@@ -26,6 +26,7 @@ void AddServerCommand(CLI::App& app);
 void AddSidCommand(CLI::App& app);
 void AddSystemCommand(CLI::App& app);
 void AddTokenCommand(CLI::App& app);
+void AddXmlCommand(CLI::App& app);
 
 }  // namespace kivctl
 

@@ -99,5 +99,6 @@ int main(int argc, char** argv) {
     kivctl::AddSidCommand(app);
     kivctl::AddSystemCommand(app);
     kivctl::AddTokenCommand(app);
+    kivctl::AddXmlCommand(app);
     return kivctl::Run(app, argc, argv);
 }
