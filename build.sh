@@ -40,7 +40,7 @@ readonly packages_windows=(g++-mingw-w64-i686-win32 g++-mingw-w64-x86-64-win32 w
 readonly packages_test=(libxml2-utils)
 readonly packages_lint=(clang clang-format clang-tidy cppcheck)
 readonly packages_fuzz=(clang libclang-rt-14-dev)
-readonly packages_bench=(libpcre2-dev zlib1g-dev)
+readonly packages_bench=(libpcre2-dev zlib1g-dev libxml2-dev)
 readonly packages_dist=(zip)
 
 is_installed() {
