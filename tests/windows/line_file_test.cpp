@@ -44,15 +44,6 @@ Texts Lines(CKivIsamFile& file) {
     return lines;
 }
 
-// What a file of these bytes holds once it was opened and closed.
-std::string Rewritten(const TempDirectory& folder, const std::string& bytes,
-                      unsigned long encoding = CKivIsamFile::ENCODING_KEEP) {
-    CKivIsamFile file;
-    REQUIRE(Open(file, folder.Write("rewritten", bytes), false, encoding));
-    file.close();
-    return ReadFileBytes(folder / "rewritten");
-}
-
 std::string Utf16(const std::u16string& text) {
     return {reinterpret_cast<const char*>(text.data()), 2 * text.size()};
 }
@@ -70,25 +61,28 @@ BOOL WINAPI HalfWrite(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written, L
 
 }  // namespace
 
-TEST_CASE("files keep their lines and their encoding, each line ended by CR LF") {
+TEST_CASE("files keep their encoding; what the code page lacks and what is behind a zero is lost") {
     const TempDirectory folder;
-    CHECK(Rewritten(folder, "a\r\n\r\nb\n\rc\rd") == "a\r\n\r\nb\r\nc\r\nd\r\n");
-    CHECK(Rewritten(folder, "a\0b\nc\0"s) == "a\r\nc\r\n");
-    CHECK(Rewritten(folder, "\xEF\xBB\xBFx\n") == "\xEF\xBB\xBFx\r\n");
-    CHECK(Rewritten(folder, "a\xE9\n", CKivIsamFile::ENCODING_UTF16) == Utf16(u"\uFEFFa\u00E9\r\n"));
-    CHECK(Rewritten(folder, Utf16(u"\uFEFFa\n\ré\rb") + "!") == Utf16(u"\uFEFFa\r\n\u00E9\r\nb\r\n"));
-    CHECK(Rewritten(folder, Utf16(u"\uFEFFa\u4E2D\xD800z\u20AC\n")) == Utf16(u"\uFEFFa??z\u20AC\r\n"));
-    CHECK(Rewritten(folder, Utf16(u"\uFEFF\u0416\0x\n"s), 0) == "?\r\n");
-    CHECK(Rewritten(folder, Utf16(u"\uFEFF")) == Utf16(u"\uFEFF"));
+    const auto rewritten = [&folder](const std::string& bytes, unsigned long encoding = CKivIsamFile::ENCODING_KEEP) {
+        CKivIsamFile file;
+        REQUIRE(Open(file, folder.Write("file", bytes), false, encoding));
+        file.close();
+        return ReadFileBytes(folder / "file");
+    };
+    CHECK(rewritten("a\0b\nc\0"s) == "a\r\nc\r\n");
+    CHECK(rewritten("a\xE9\n", CKivIsamFile::ENCODING_UTF16) == Utf16(u"\uFEFFa\u00E9\r\n"));
+    CHECK(rewritten(Utf16(u"\uFEFFa\n\r\u00E9\rb") + "!") == Utf16(u"\uFEFFa\r\n\u00E9\r\nb\r\n"));
+    CHECK(rewritten(Utf16(u"\uFEFFa\u4E2D\xD800z\u20AC\n")) == Utf16(u"\uFEFFa??z\u20AC\r\n"));
+    CHECK(rewritten(Utf16(u"\uFEFF\u0416\0x\n"s), 0) == "?\r\n");
+    CHECK(rewritten(Utf16(u"\uFEFF")) == Utf16(u"\uFEFF"));
     const std::string lines = std::string(5000, 'x') + "\r\n" + std::string(10 << 20, '\xE9') + "\r\n";
-    CHECK(Rewritten(folder, Rewritten(folder, lines, 1), 2) == lines);
+    CHECK(rewritten(rewritten(lines, 1), 2) == lines);
 }
 
 TEST_CASE("lines are read and edited by index") {
     const TempDirectory folder;
     CKivIsamFile file;
     REQUIRE(Open(file, folder.Write("file", "one\r\ntwo\r\n\xE9t\xE9\r\n")));
-    CHECK((file.can_write() && file.lines() == 3 && !file.is_empty()));
     wchar_t buffer[4] = L"???";
     CHECK((file.get(2, buffer, 4) == 3 && std::wstring(buffer) == L"\u00E9t\u00E9"));
     CHECK((file.get(2, buffer, 3) == 3 && buffer[0] == L'\0'));
@@ -96,57 +90,39 @@ TEST_CASE("lines are read and edited by index") {
         buffer[0] = L'?';
         CHECK((file.get(outside, buffer, 0) == 0 && buffer[0] == L'?'));
         CHECK((file.get(outside, buffer, 4) == 0 && buffer[0] == L'\0'));
-        CHECK_FALSE((file.remove(outside) || file.set(outside, nullptr)));
+        CHECK_FALSE(file.remove(outside));
     }
     CHECK((file.set(1, L"2\r\n2") && file.remove(0) && file.set(2, L"end\n\rof") && file.set(-1, L"")));
     CHECK((file.append("x\r\n") && file.append(static_cast<const wchar_t*>(nullptr))));
     CHECK(Lines(file) == Texts{"2\r\n2", "\xE9t\xE9", "end", "", "of", "", "x", "", ""});
     CHECK((file.empty() && file.is_empty()));
     file << L"pend" << -2147483647 - 1 << nullptr << L"ing\n\r\n\nx\ry" << L"\nlast" << 7;
-    CHECK(Lines(file) == Texts{"pend-2147483648ing", "x", "y", "", "last"});
     file.close();
-    CHECK((ReadFileBytes(folder / "file") == "pend-2147483648ing\r\nx\r\ny\r\n\r\nlast\r\n" && !file.can_write()));
+    CHECK(ReadFileBytes(folder / "file") == "pend-2147483648ing\r\nx\r\ny\r\n\r\nlast\r\n");
 }
 
-TEST_CASE("what is read only is never written") {
+TEST_CASE("what is read only is never written, and a file is written whatever its attributes") {
     const TempDirectory folder;
     const std::string path = folder.Write("file", "a\nb");
-    CKivIsamFile closed;
-    CKivIsamFile file(kiv::WideFromAnsi(path).c_str(), true);
-    for (CKivIsamFile* each : {&closed, &file}) {
-        CHECK_FALSE((each->set(0, L"x") || each->remove(0) || each->empty() || each->append("x") || each->append(L"")));
-        *each << L"x\n";
-        CHECK_FALSE(each->can_write());
-    }
-    CHECK(Lines(file) == Texts{"a", "b"});
-    file.close();
-    CHECK(ReadFileBytes(path) == "a\nb");
-    const kiv::test::RecordingLog log;
-    CHECK_FALSE((Open(file, folder / "missing", true) || Open(file, folder.Path()) || file.open(nullptr, false)));
-    const kiv::ScopedFile writer(::CreateFileA(path.c_str(), GENERIC_WRITE, 7, nullptr, OPEN_EXISTING, 0, nullptr));
-    CHECK((Open(file, path, true) && !Open(file, path) && file.lines() == 0));
-    CHECK(log.Lines() == Texts{"1E Failed to open '" + (folder / "missing") + "' (2)",
-                               "1E Failed to open '" + folder.Path() + "' (5)",
-                               "1E Failed to open '" + path + "' (32)"});
-    CHECK((Open(file, folder / "missing") && file.is_empty() && ReadFileBytes(folder / "missing").empty()));
-}
-
-TEST_CASE("a file is written whatever its attributes, and keeps them") {
-    const TempDirectory folder;
-    const std::string path = folder.Write("file", "a");
     const DWORD attributes = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
     ::SetFileAttributesA(path.c_str(), attributes);
     const kiv::test::RecordingLog log;
-    CKivIsamFile file;
-    REQUIRE((Open(file, path) && file.append(L"b")));
-    file.close();
-    CHECK(log.Lines() == Texts{"1W Oem Installation : removed read-only attribute from '" + path + "'"});
-    CHECK((ReadFileBytes(path) == "a\r\nb\r\n" && (::GetFileAttributesA(path.c_str()) & attributes) == attributes));
+    CKivIsamFile file(kiv::WideFromAnsi(path).c_str(), true);
+    CHECK_FALSE((file.set(0, L"x") || file.remove(0) || file.empty() || file.append("x") || file.append(L"")));
+    file << L"x\n";
+    CHECK((Lines(file) == Texts{"a", "b"} && !file.can_write()));
     REQUIRE(Open(file, path));
-    ::SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_NORMAL);
-    REQUIRE(::DeleteFileA(path.c_str()));
+    CHECK((ReadFileBytes(path) == "a\nb" && file.can_write()));
     file.close();
-    CHECK((ReadFileBytes(path) == "a\r\nb\r\n" && log.Lines().size() == 1));
+    CHECK((ReadFileBytes(path) == "a\r\nb\r\n" && (::GetFileAttributesA(path.c_str()) & attributes) == attributes));
+    CHECK((Open(file, folder / "new") && file.is_empty() && ReadFileBytes(folder / "new").empty()));
+    REQUIRE(::DeleteFileA((folder / "new").c_str()));
+    file.close();
+    CHECK(::GetFileAttributesA((folder / "new").c_str()) != INVALID_FILE_ATTRIBUTES);
+    CHECK_FALSE((Open(file, folder / "missing", true) || Open(file, folder.Path()) || file.open(nullptr, false)));
+    CHECK(log.Lines() == Texts{"1W Oem Installation : removed read-only attribute from '" + path + "'",
+                               "1E Failed to open '" + (folder / "missing") + "' (2)",
+                               "1E Failed to open '" + folder.Path() + "' (5)"});
 }
 
 TEST_CASE("a file that cannot be read or written keeps what it had") {
@@ -156,27 +132,27 @@ TEST_CASE("a file that cannot be read or written keeps what it had") {
     kiv::test::SwappedApi<kiv::ContentsApi> api;
     CKivIsamFile file;
     REQUIRE((Open(file, path) && file.append(L"new")));
-    kiv::ScopedFile reader(
-        ::CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+    kiv::ScopedFile user(
+        ::CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, 3, nullptr, OPEN_EXISTING, 0, nullptr));
     file.close();
-    reader.Reset();
-    CHECK(log.Lines() == Texts{"1E Failed to save '" + path + "' (32)"});
+    CHECK((!Open(file, path) && Open(file, path, true)));
+    user.Reset();
     REQUIRE((Open(file, path) && file.append(L"new")));
     api->write = HalfWrite;
     g_failingWrites = 1;
     file.close();
-    CHECK(log.Lines().back() == "1E Failed to save '" + path + "' (112)");
     api->read = FailedRead;
     CHECK((Open(file, path) && file.is_empty() && !file.can_write()));
-    CHECK(log.Lines().back() == "1E Failed to read from '" + path + "' (23)");
-    CHECK(log.Lines().size() == 3);
+    CHECK(log.Lines() == Texts{"1E Failed to save '" + path + "' (32)", "1E Failed to open '" + path + "' (32)",
+                               "1E Failed to save '" + path + "' (112)", "1E Failed to read from '" + path + "' (23)"});
     CHECK(ReadFileBytes(path) == "old\n");
 }
 
 TEST_CASE("copies share nothing, and nothing is left behind") {
     const TempDirectory folder;
-    const std::string path = folder.Write("file", "a\nb\n");
+    const std::string path = folder / "file";
     const auto work = [&path] {
+        kiv::test::WriteFileBytes(path, "a\nb\n");
         CKivIsamFile file;
         REQUIRE((Open(file, path) && file.set(0, L"A")));
         file << L"pend";
@@ -186,15 +162,12 @@ TEST_CASE("copies share nothing, and nothing is left behind") {
         dropped = copy;
         dropped = *&dropped;
         dropped << L"ing\n";
-        CHECK(Lines(file) == Texts{"A", "b"});
-        CHECK(Lines(dropped) == Texts{"A", "b", "pending"});
+        CHECK((Lines(file) == Texts{"A", "b"} && Lines(dropped) == Texts{"A", "b", "pending"}));
         REQUIRE((copy.remove(1) && Open(file, path, true)));
-        CHECK(ReadFileBytes(path) == "A\r\nb\r\n");
         copy.close();
         CHECK(ReadFileBytes(path) == "A\r\n");
         dropped = CKivIsamFile();
-        CHECK(ReadFileBytes(path) == "A\r\n");
-        kiv::test::WriteFileBytes(path, "a\nb\n");
+        CHECK((Lines(file) == Texts{"A", "b"} && ReadFileBytes(path) == "A\r\n"));
     };
     work();
     const auto before = kiv::test::CountResources();
@@ -203,37 +176,30 @@ TEST_CASE("copies share nothing, and nothing is left behind") {
 }
 
 TEST_CASE("texts are trimmed, cut and given their line breaks") {
-    const auto expanded = [](const wchar_t* text) {
-        wchar_t* made = CKivIsamFile::expandCrLf(text);
-        const std::wstring copy = made;
-        std::free(made);
-        return copy;
-    };
-    CHECK(expanded(L"\na\r\nb\n\r") == L"\r\na\r\nb\r\n\r");
-    CHECK(expanded(nullptr).empty());
+    wchar_t* expanded = CKivIsamFile::expandCrLf(L"\na\r\nb\n\r");
+    CHECK(std::wstring(expanded) == L"\r\na\r\nb\r\n\r");
+    std::free(expanded);
+    expanded = CKivIsamFile::expandCrLf(nullptr);
+    CHECK(expanded[0] == L'\0');
+    std::free(expanded);
     wchar_t blanks[] = L" \x1F";
     wchar_t padded[] = L"  x y\t";
     CHECK((CKivIsamFile::trim(blanks) == blanks + 2 && CKivIsamFile::trim(nullptr) == nullptr));
     CHECK(std::wstring(CKivIsamFile::trim(padded)) == L"x y");
-    const auto pieces = [](const wchar_t* text, bool keepEmpty, int growBy) {
-        std::wstring own = text == nullptr ? L"" : text;
+    const auto pieces = [](std::wstring text, bool keepEmpty, int growBy) {
         long count = -1;
-        wchar_t** list = CKivIsamFile::split(text == nullptr ? nullptr : own.data(), L',', &count, keepEmpty, growBy);
+        wchar_t** list = CKivIsamFile::split(text == L"null" ? nullptr : text.data(), L',', &count, keepEmpty, growBy);
+        CHECK((list[count] == nullptr && list[growBy == 9 ? 8 : count] == nullptr));
         std::wstring shown;
-        long shownPieces = 0;
-        for (wchar_t** piece = list; *piece != nullptr; ++piece, ++shownPieces)
-            shown += L'[' + std::wstring(*piece) + L']';
-        CHECK(shownPieces == count);
-        CHECK((growBy != 9 || list[8] == nullptr));
+        for (long i = 0; i < count; ++i)
+            shown += L'[' + std::wstring(list[i]) + L']';
         CKivIsamFile::split_free(list);
         return shown;
     };
     for (const int growBy : {-1, 1, 2, 9, 2147483647}) {
         CHECK(pieces(L"a,,b", false, growBy) == L"[a][b]");
-        CHECK(pieces(L"a,,b", true, growBy) == L"[a][][b]");
+        CHECK(pieces(L",,a,,", true, growBy) == L"[][][a][][]");
         CHECK(pieces(L",,a,,", false, growBy) == L"[][a][]");
-        CHECK(pieces(L"", false, growBy) == L"[]");
-        CHECK(pieces(nullptr, true, growBy).empty());
+        CHECK((pieces(L"", false, growBy) == L"[]" && pieces(L"null", true, growBy).empty()));
     }
-    CKivIsamFile::split_free(nullptr);
 }
