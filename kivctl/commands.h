@@ -23,6 +23,7 @@ void AddRegexpCommand(CLI::App& app);
 void AddRightCommand(CLI::App& app);
 void AddSdCommand(CLI::App& app);
 void AddServerCommand(CLI::App& app);
+void AddServiceCommand(CLI::App& app);
 void AddSidCommand(CLI::App& app);
 void AddSystemCommand(CLI::App& app);
 void AddTokenCommand(CLI::App& app);

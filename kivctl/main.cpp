@@ -96,6 +96,7 @@ int main(int argc, char** argv) {
     kivctl::AddRightCommand(app);
     kivctl::AddSdCommand(app);
     kivctl::AddServerCommand(app);
+    kivctl::AddServiceCommand(app);
     kivctl::AddSidCommand(app);
     kivctl::AddSystemCommand(app);
     kivctl::AddTokenCommand(app);

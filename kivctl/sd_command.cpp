@@ -2,13 +2,10 @@
 #include <memory>
 #include <string>
 
-#include "kivctl/acl_view.h"
 #include "kivctl/command.h"
-#include "kivctl/principal.h"
-#include "support/scoped_resource.h"
+#include "kivctl/descriptor_view.h"
 #include "tavkivut/registry.h"
-
-#include <winsvc.h>
+#include "tavkivut/service_control.h"
 
 namespace kivctl {
 namespace {
@@ -20,13 +17,6 @@ struct Options {
     bool dryRun = false;
     bool json = false;
 };
-
-struct ServiceTraits {
-    using Type = SC_HANDLE;
-    static Type Empty() { return nullptr; }
-    static void Close(Type service) { ::CloseServiceHandle(service); }
-};
-using ScopedService = kiv::ScopedResource<ServiceTraits>;
 
 // The object that is named on the command line, opened for reading its security or for setting it too.
 class Target {
@@ -45,7 +35,7 @@ public:
         CKivSecurityDescriptor sd;
         const int done = m_kind == ObjectKind::kFile  ? sd.FromFile(m_path.c_str())
                          : m_kind == ObjectKind::kKey ? sd.FromRegKey(m_key)
-                                                      : sd.FromService(m_service.Get());
+                                                      : sd.FromService(m_service);
         if (!done)
             throw Failure("the security of '" + m_path + "' cannot be read: " + ErrorText(::GetLastError()));
         return sd;
@@ -54,74 +44,30 @@ public:
     void Apply(const CKivSecurityDescriptor& sd) const {
         const int done = m_kind == ObjectKind::kFile  ? sd.SetFileDacl(m_path.c_str())
                          : m_kind == ObjectKind::kKey ? sd.SetRegKeyDacl(m_key)
-                                                      : sd.SetServiceDacl(m_service.Get());
+                                                      : sd.SetServiceDacl(m_service);
         if (!done)
             throw Failure("the DACL of '" + m_path + "' cannot be set: " + ErrorText(::GetLastError()));
     }
 
 private:
     void OpenService(DWORD access) {
-        const ScopedService manager(::OpenSCManagerA(nullptr, nullptr, SC_MANAGER_CONNECT));
-        if (manager)
-            m_service.Reset(::OpenServiceA(manager.Get(), m_path.c_str(), access));
-        if (!m_service)
-            throw Failure("'" + m_path + "' cannot be opened: " + ErrorText(::GetLastError()));
+        CNTServiceControlManager manager;
+        if (!manager.Open(nullptr, SC_MANAGER_CONNECT) || !manager.OpenServiceA(m_path.c_str(), access, m_service))
+            throw Failure("'" + m_path + "' cannot be opened: " + ErrorText(manager.GetLastError()));
     }
 
     ObjectKind m_kind;
     std::string m_path;
     CKivRegKey m_key;
-    ScopedService m_service;
+    CNTScmService m_service;
 };
-
-// What there is to say about a DACL before its entries.
-std::string DaclState(const CKivSecurityDescriptor& sd) {
-    ACL* list = nullptr;
-    if (!sd.GetDacl(&list))
-        return "absent";
-    if (list == nullptr)
-        return "null: everyone may do everything";
-    if (sd.GetDacl() == nullptr)
-        return "of entry types that the library does not edit";
-    return list->AceCount != 0 ? "entries" : "empty: nobody may do anything";
-}
-
-void PrintPrincipal(const char* title, void* sid) {
-    CKivSid principal(sid);
-    if (principal.GetSid() != nullptr)
-        std::cout << title << ShowSid(principal) << "\n";
-}
-
-void PrintDescriptor(const CKivSecurityDescriptor& sd, ObjectKind kind) {
-    PrintPrincipal("Owner:  ", sd.GetOwner());
-    PrintPrincipal("Group:  ", sd.GetPrimaryGroup());
-    std::cout << "DACL:   " << DaclState(sd) << "\n";
-    if (sd.GetDacl() == nullptr || sd.GetDacl()->AceCount == 0)
-        return;
-    CKivAcl acl(sd.GetDacl());
-    std::cout << ShowEntries(acl, kind) << "Text:   " << TextOf(acl) << "\n";
-}
-
-Json PrincipalAsJson(void* sid) {
-    CKivSid principal(sid);
-    return principal.GetSid() != nullptr ? SidAsJson(principal) : Json();
-}
 
 void Show(const Options& options) {
     const Target target(options, false);
-    const CKivSecurityDescriptor sd = target.Read();
-    if (!options.json) {
-        PrintDescriptor(sd, target.Kind());
-        return;
-    }
-    CKivAcl acl(sd.GetDacl());
-    std::cout << Json{{"owner", PrincipalAsJson(sd.GetOwner())},
-                      {"group", PrincipalAsJson(sd.GetPrimaryGroup())},
-                      {"dacl", DaclState(sd)},
-                      {"entries", EntriesAsJson(acl, target.Kind())},
-                      {"text", TextOf(acl)}}
-                     .dump(2)
-              << "\n";
+    if (options.json)
+        std::cout << DescriptorAsJson(target.Read(), target.Kind()).dump(2) << "\n";
+    else
+        PrintDescriptor(target.Read(), target.Kind());
 }
 
 void Set(const Options& options) {

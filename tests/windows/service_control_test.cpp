@@ -8,19 +8,26 @@
 #include <string>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "install/service_api.h"
 #include "network/net_api.h"
 #include "support/check.h"
 #include "support/document_page.h"
 #include "support/recording_log.h"
 #include "support/resource_count.h"
+#include "support/run_program.h"
 #include "support/scripted_clock.h"
 #include "support/swapped_api.h"
+#include "support/temp_directory.h"
 #include "tavkivut/service_control.h"
 
+using kiv::test::ProgramResult;
 using kiv::test::RecordingLog;
+using kiv::test::RunProgram;
 using kiv::test::ScriptedClock;
 using kiv::test::SwappedApi;
+using Json = nlohmann::json;
 using Lines = std::vector<std::string>;
 
 struct CNTScmServiceLayout {
@@ -38,10 +45,12 @@ namespace {
 struct TemporaryService {
     CNTServiceControlManager manager;
     CNTScmService service;
-    std::string name = "KivTest" + std::to_string(::GetCurrentProcessId()) + "_" + std::to_string(s_count++);
+    std::string name;
     std::string path = "\"" + kiv::test::BuiltProgram("tests\\misbehaving_service.exe") + "\"";
 
-    TemporaryService() {
+    TemporaryService()
+        : TemporaryService("KivTest" + std::to_string(::GetCurrentProcessId()) + "_" + std::to_string(s_count++)) {}
+    explicit TemporaryService(const std::string& serviceName) : name(serviceName) {
         REQUIRE(manager.Open(nullptr, SC_MANAGER_ALL_ACCESS));
         REQUIRE(Create(service));
     }
@@ -498,4 +507,40 @@ TEST_CASE("handles and locks have one owner") {
         CHECK(s_calls == "au");
     }
     CHECK(s_calls == "aucub");
+}
+
+TEST_CASE("kivctl service and the example program do what their page says") {
+    const kiv::test::DocumentPage page("services.md");
+    TemporaryService demo("KivDemo");
+    const kiv::test::TempDirectory folder;
+    kiv::test::RunKivctlExamples(page.BlockBehind("`KivDemo` is a service"), folder.Path());
+    demo.Start("stops", "0");
+    const std::string example = kiv::test::BuiltProgram("tests\\services_example.exe");
+    CHECK(RunProgram(example + " KivDemo").output == "stopped\n");
+    CHECK(RunProgram(example + " KivNone").exitCode == 1);
+    CHECK(demo.service.ChangeConfig(SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, SERVICE_NO_CHANGE,
+                                    "\"C:\\Program Files\\Demo\\demo.exe\"", nullptr, nullptr, nullptr, nullptr,
+                                    nullptr, nullptr));
+    kiv::test::RunKivctlExamples(page.BlockBehind("`config` changes what"), folder.Path());
+}
+
+TEST_CASE("kivctl service tells of a service that does not stop") {
+    TemporaryService test;
+    const std::string program = "\"" + kiv::test::BuiltProgram("bin\\kivctl.exe") + "\" service ";
+    const auto kivctl = [&](const std::string& verb, const std::string& arguments = "") {
+        return RunProgram(program + verb + " " + test.name + arguments);
+    };
+    test.Start("hangs", "3600000");
+    const Json shown = Json::parse(kivctl("show", " --json").output);
+    CHECK(shown["state"] == "running");
+    CHECK(shown["process"] != 0);
+    CHECK(shown["accepts"] == Json{"stop", "pause", "shutdown"});
+    CHECK(kivctl("security").output.find("DACL:") != std::string::npos);
+    const ProgramResult stop = kivctl("stop", " --wait 1");
+    CHECK(stop.exitCode == 1);
+    CHECK(stop.output == test.name + ": stopping for 1 s\n" + test.name + ": stopping\n");
+    CHECK(kivctl("stop").exitCode == 1);
+    CHECK(kivctl("stop", " --wait x").exitCode == 2);
+    const std::string list = RunProgram(program + "list --state active").output;
+    CHECK(list.find("stopping  " + test.name + "  " + test.name + "\n") != std::string::npos);
 }
