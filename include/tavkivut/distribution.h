@@ -56,8 +56,8 @@ extern "C" KIV_API bool KIV_CALL CallDistributionService(const char* request, ch
 // The share is closed when the answer has come: a service reads the whole file before it answers. Sharing a directory
 // needs an administrator.
 //
-// Returns 1 when the service started the job. After 0 the last error tells why: the error of the share or of the pipe,
-// or the answer's code:
+// Returns 1 when the service started the job. After 0 the last error tells why: what kept the directory from being
+// shared, 1062 when no service answered, or the code of the answer:
 //
 //     2 file missing   5 file not readable   13 unknown syntax   170 a job is running   1223 a job is being cancelled
 //
@@ -66,7 +66,7 @@ extern "C" KIV_API int KIV_CALL KivDSJobInit(char* jdfPath, unsigned long replyS
 
 // Cancels the service's job. Returns 1 when the job is cancelled (last error 0), and when the service has taken note
 // and not yet done it (last error 1223). After 0 the last error tells why: 170 no job is pending, 5 the job cannot be
-// cancelled, any other code of an answer, 58 where it had none, or the error of the pipe.
+// cancelled, any other code of an answer, 58 where it had none, 1062 when no service answered.
 extern "C" KIV_API int KIV_CALL KivDSJobCancel(void) noexcept;
 
 #endif

@@ -16,6 +16,9 @@ namespace {
 using kiv::DistributionAnswer;
 using kiv::kNoAnswerCode;
 
+// The last error where no service answered. The pipe's own, which the log has, would look like a code of an answer.
+constexpr DWORD kNoAnswer = ERROR_SERVICE_NOT_ACTIVE;
+
 // The part of an answer that counts. A code that is missing stays kNoAnswerCode.
 DistributionAnswer ReadAnswer(const char* reply) noexcept {
     const DistributionAnswer answer = kiv::ParseDistributionAnswer(reply);
@@ -27,12 +30,6 @@ DistributionAnswer ReadAnswer(const char* reply) noexcept {
 // The last error for a code of an answer: the code itself, where there is one.
 DWORD ErrorOfCode(std::uint32_t code) noexcept {
     return code == kNoAnswerCode ? ERROR_BAD_NET_RESP : code;
-}
-
-// The last error of a call that got no answer; the service itself may have answered that it cannot.
-DWORD ErrorOfCall() noexcept {
-    const DWORD error = ::GetLastError();
-    return error == NO_ERROR ? ERROR_BAD_NET_RESP : error;
 }
 
 // Longer names are cut: the service takes no others.
@@ -81,7 +78,7 @@ DWORD SendJob(const std::string& file, unsigned long replySize) noexcept {
         return ERROR_NOT_ENOUGH_MEMORY;
     unsigned long size = replySize;
     if (!CallDistributionService((std::string(kKivDsJobInit) + " " + file).c_str(), reply.get(), size))
-        return ErrorOfCall();
+        return kNoAnswer;
     return JudgeJobStart(ReadAnswer(reply.get()), file.c_str());
 }
 
@@ -107,7 +104,7 @@ DWORD Ask(const char* request, std::uint32_t& code) noexcept {
     char reply[kKivDsReplySize] = "";
     unsigned long size = sizeof reply;
     if (!CallDistributionService(request, reply, size))
-        return ErrorOfCall();
+        return kNoAnswer;
     const DistributionAnswer answer = ReadAnswer(reply);
     if (answer.keyword != kKivDsAnswer)
         return ERROR_BAD_NET_RESP;
