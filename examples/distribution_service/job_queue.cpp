@@ -50,8 +50,8 @@ unsigned long JobQueue::Start(const std::string& descriptorPath) {
     if (code != ERROR_SUCCESS)
         return code;
     m_job = job;
-    Exchange(State::kIdle, State::kRunning);
     ::ResetEvent(m_finished);
+    Exchange(State::kIdle, job.steps.front().isFinal ? State::kFinal : State::kRunning);
     ::SetEvent(m_arrived);
     return ERROR_SUCCESS;
 }
@@ -73,12 +73,11 @@ unsigned long JobQueue::Cancel() {
     return ::WaitForSingleObject(m_finished, kCancelPatience) == WAIT_OBJECT_0 ? ERROR_SUCCESS : ERROR_CANCELLED;
 }
 
-bool JobQueue::Exchange(State expected, State next) {
+// Goes on to a state from the expected one; stays in any other.
+void JobQueue::Exchange(State expected, State next) {
     const Guard guard(m_lock);
-    if (m_state != expected)
-        return false;
-    m_state = next;
-    return true;
+    if (m_state == expected)
+        m_state = next;
 }
 
 unsigned __stdcall JobQueue::Work(void* self) {

@@ -33,7 +33,7 @@ private:
     static unsigned __stdcall Work(void* self);
     void Run(const Job& job);
     bool Begin(const Step& step);
-    bool Exchange(State expected, State next);
+    void Exchange(State expected, State next);
 
     mutable CRITICAL_SECTION m_lock;  // guards the state
     State m_state = State::kIdle;
