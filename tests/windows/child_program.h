@@ -3,8 +3,8 @@
 
 // What programs have in common that tests start because something happens once in a process (server_process.h). Each
 // argument that begins with neither "/" nor "-" is an operation: "path", "entry=3", "setup=C:\x". The program prints
-// "= RESULT" for each, and before it the log lines that the operation wrote, as "1  TEXT". HKLM is the key of
-// HKEY_CURRENT_USER that the environment variable KIV_LOCAL_MACHINE names.
+// "= RESULT" for each, and before it the log lines that the operation wrote, as "1  TEXT" and "1E TEXT (error)". HKLM
+// is the key of HKEY_CURRENT_USER that the environment variable KIV_LOCAL_MACHINE names.
 
 #include <cstdio>
 #include <cstdlib>
@@ -19,11 +19,15 @@ struct ChildOperation {
     std::string (*run)(const std::string& argument);
 };
 
+inline std::string ErrorSuffix(const KivRecordedLine& line) {
+    return line.win32Error == 0 ? "" : " (" + std::to_string(line.win32Error) + ")";
+}
+
 inline void PrintRecordedLog() {
     for (unsigned i = 0; i < KivRecordingCount(); ++i) {
         KivRecordedLine line;
         if (KivRecordingLine(i, &line) == 1)
-            std::printf("%u%c %s\n", line.level, line.kind, line.text);
+            std::printf("%u%c %s%s\n", line.level, line.kind, line.text, ErrorSuffix(line).c_str());
     }
 }
 
