@@ -14,59 +14,37 @@ void Require(bool condition) {
         std::abort();
 }
 
-// How many codes stand one behind the other, taking each class up to its ";"; names of the input hold none of their
-// own.
+// How many codes stand one behind the other; the names in them hold no ";".
 std::size_t CountCodes(std::string_view codes) {
     std::size_t count = 0;
     for (std::size_t at = 0; at < codes.size(); ++at, ++count) {
         at = codes.find_first_not_of('[', at);
+        Require(at != std::string_view::npos &&
+                std::string_view("IJZBCSFDL").find(codes[at]) != std::string_view::npos);
+        at = codes[at] == 'L' ? codes.find(';', at) : at;
         Require(at != std::string_view::npos);
-        if (codes[at] == 'L')
-            at = codes.find(';', at);
-        else
-            Require(std::string_view("IJZBCSFD").find(codes[at]) != std::string_view::npos);
-        Require(at != std::string_view::npos);
-    }
-    return count;
-}
-
-// Whether something is left of a name without blanks and brackets.
-bool HasName(std::string_view name) {
-    for (;;) {
-        while (!name.empty() && (name.back() == ' ' || name.back() == '\t'))
-            name.remove_suffix(1);
-        if (name.size() < 2 || name.substr(name.size() - 2) != "[]")
-            return name.find_first_not_of(" \t") != std::string_view::npos;
-        name.remove_suffix(2);
-    }
-}
-
-std::size_t CountNames(std::string_view list) {
-    std::size_t count = 0;
-    for (std::size_t start = 0; start <= list.size();) {
-        const std::size_t end = std::min(list.find(',', start), list.size());
-        count += HasName(list.substr(start, end - start)) ? 1 : 0;
-        start = end + 1;
     }
     return count;
 }
 
 }  // namespace
 
-// A signature holds one code for each name of the list and one for the result.
+// A list of two parts has the codes of both, every code can be read, and a class's name stays as it is the second time.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     std::string text(reinterpret_cast<const char*>(data), size);
     text.erase(std::remove_if(text.begin(), text.end(), [](char c) { return c == ';' || c == ')'; }), text.end());
-    const std::size_t half = text.size() / 2;
-    const std::string result = text.substr(0, half);
-    const std::string parameters = text.substr(half);
+    const std::string one = text.substr(0, size / 3);
+    const std::string other = text.substr(one.size());
 
-    const std::string signature = kiv::JniSignature(result, parameters);
-    const std::size_t close = signature.find(')');
-    Require(signature.front() == '(' && close != std::string::npos);
-    Require(CountCodes(std::string_view(signature).substr(1, close - 1)) == CountNames(parameters));
-    const std::string code = signature.substr(close + 1);
-    Require(HasName(result) ? CountCodes(code) == 1 && code == kiv::JniTypeCode(result) : code == "V");
+    const auto parameters = [](const std::string& list) {
+        const std::string signature = kiv::JniSignature("", list);
+        Require(signature.front() == '(' && signature.substr(signature.size() - 2) == ")V");
+        CountCodes(signature.substr(1, signature.size() - 3));
+        return signature.substr(1, signature.size() - 3);
+    };
+    Require(parameters(one + "," + other) == parameters(one) + parameters(other));
+    const std::string code = kiv::JniTypeCode(text);
+    Require(CountCodes(code) <= 1 && kiv::JniSignature(text, "") == "()" + (code.empty() ? "V" : code));
 
     const std::string name = kiv::JniClassName(text);
     Require(name.find('.') == std::string::npos && kiv::JniClassName(name) == name);

@@ -1,6 +1,7 @@
-// A process that hosts a Java machine, as a child of the host's tests: `java_child MODE`. HKLM is the key of
-// HKEY_CURRENT_USER that the environment variable KIV_LOCAL_MACHINE names (child_program.h).
+// A process that hosts a Java machine, as a child of the host's tests: `java_child MODE`. With the environment variable
+// KIV_LOCAL_MACHINE HKLM is another key (child_program.h). Exit code 4: there is no runtime that can be used.
 
+#include <algorithm>
 #include <cstring>
 
 #include "java/jni_tables.h"
@@ -53,11 +54,9 @@ int Threads() {
     for (int i = 0; i < kThreads; ++i)
         threads[i] = ::CreateThread(nullptr, 0, WorkAndDetach, &results[i], 0, nullptr);
     ::WaitForMultipleObjects(kThreads, threads, TRUE, 60000);
-    for (const bool result : results) {
-        if (!result)
-            return 1;
-    }
-    return 0;
+    if (CKivJavaVM::GetInstance().IsAvailable() == 0)
+        return 4;
+    return std::all_of(results, results + kThreads, [](bool result) { return result; }) ? 0 : 1;
 }
 
 int Exit() {
@@ -110,7 +109,7 @@ int BreakRule(const char* rule) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2 || !RedirectLocalMachine())
+    if (argc != 2 || (std::getenv("KIV_LOCAL_MACHINE") != nullptr && !RedirectLocalMachine()))
         return 3;
     if (std::strcmp(argv[1], "threads") == 0)
         return Threads();

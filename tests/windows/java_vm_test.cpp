@@ -1,5 +1,6 @@
 #include "support/windows_api.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -15,7 +16,6 @@
 #include "support/redirected_key.h"
 #include "support/run_program.h"
 #include "tavkivut/java.h"
-#include "tavkivut/registry.h"
 
 using namespace kiv::test;
 
@@ -72,6 +72,7 @@ Lines StartLines(const std::string& version, const std::string& library, const s
                 ThreadText(::GetCurrentThreadId())};
 }
 
+constexpr DWORD kNoRuntime = 4;  // of java_child
 constexpr const char* kNotLoaded = "1E JVM : failed to load virtual machine";
 
 struct Fixture {
@@ -249,19 +250,26 @@ TEST_CASE_FIXTURE(Fixture, "a machine gets the class path, serves copies, and en
 }
 
 TEST_CASE_FIXTURE(Fixture, "a thread is attached once, and named at the end unless it was detached") {
+    constexpr unsigned kCount = 40;
     runtimes.AddStandIn("1.4");
-    DWORD left = 0;
+    Lines expected;
     {
         Host host;
         log.Clear();
-        bool same = false;
-        left = OnThread([&] { same = host.GetEnv() == host.GetEnv() && host.IsCurrentThreadAttached() == 1; });
-        CHECK(same);
-        CHECK(AskRuntime<unsigned>("StandInThreads") == 2);
+        for (unsigned i = 0; i < kCount; ++i) {
+            bool same = false;
+            const DWORD id = OnThread([&] { same = host.GetEnv() == host.GetEnv() && host.GetEnv() != nullptr; });
+            CHECK(same);
+            // The id of a thread that ended may be given out again; it stands in the list once.
+            const std::string line =
+                "1W JVM : the thread " + ThreadText(id) + " has not been detached from the virtual machine";
+            if (std::find(expected.begin(), expected.end(), line) == expected.end())
+                expected.push_back(line);
+        }
+        CHECK(AskRuntime<unsigned>("StandInThreads") == kCount + 1);
         CHECK(log.Lines() == Lines{});
     }
-    CHECK(log.Lines() ==
-          Lines{"1W JVM : the thread " + ThreadText(left) + " has not been detached from the virtual machine"});
+    CHECK(log.Lines() == expected);
 }
 
 TEST_CASE_FIXTURE(Fixture, "an environment that cannot be had is null, with the runtime's answer in the log") {
@@ -296,7 +304,6 @@ TEST_CASE("names and signatures come in blocks of the library") {
     CHECK(text(Host::AllocJNIName(nullptr)) == "(null)");
     CHECK(text(Host::AllocJNISignature("int", "java.lang.String,byte[]")) == "(Ljava/lang/String;[B)I");
     CHECK(text(Host::AllocJNISignature(nullptr, nullptr)) == "()V");
-    CHECK(text(Host::AllocJNISignature("java.util.Map[]")) == "[Ljava/util/Map;");
     CHECK(text(Host::AllocJNISignature(nullptr)) == "V");
 }
 
@@ -305,11 +312,10 @@ namespace {
 // A process that hosts the one machine (java_child.cpp), beside the libraries as they are shipped.
 class HostProcess {
 public:
-    explicit HostProcess(const std::string& library, const std::string& home) {
-        runtimes.Add("1.4", library, home);
+    HostProcess() {
+        runtimes.AddStandIn("1.4");
         ::SetEnvironmentVariableA("KIV_LOCAL_MACHINE", m_machine.Path().c_str() + sizeof "HKCU");
     }
-    HostProcess() : HostProcess("", "") { runtimes.AddStandIn("1.4"); }
 
     ProgramResult Run(const std::string& mode) const {
         const ScopedVariable file("TAVKIVLG_FILE", LogFile().c_str());
@@ -338,21 +344,6 @@ public:
     JavaRegistrations runtimes{m_machine.Handle()};
 };
 
-// The library of a Java runtime of this machine, if there is one; its home is two folders above.
-std::string RealRuntime() {
-    char path[MAX_PATH];
-    if (::GetEnvironmentVariableA("KIV_JAVA_RUNTIME", path, sizeof path) - 1 < sizeof path - 1)
-        return path;
-    const std::string key = std::string("HKLM\\") + JavaRegistrations::kKey;
-    const char* const version = CKivRegValue(nullptr, key.c_str(), "CurrentVersion", KEY_READ);
-    if (version == nullptr)
-        return {};
-    const std::string newest =
-        CKivRegKey(nullptr, key.c_str(), nullptr, KEY_READ)["CurrentVersion"].operator const char*();
-    const char* const library = CKivRegValue(nullptr, (key + "\\" + newest).c_str(), "RuntimeLib", KEY_READ);
-    return library == nullptr ? "" : library;
-}
-
 }  // namespace
 
 TEST_CASE("the end of a process names the threads that stayed attached and touches nothing else") {
@@ -379,13 +370,13 @@ TEST_CASE("32 threads make the first call at once, attach, work and detach") {
     CHECK(result.exitCode == 0);
     CHECK(standIn.LoggedLines().size() == 3);  // one start, and nobody left
 
-    const std::string real = RealRuntime();
-    if (real.empty())
+    // The machine's own registry, which may hold a real runtime.
+    ::SetEnvironmentVariableA("KIV_LOCAL_MACHINE", nullptr);
+    const ProgramResult own = standIn.Run("threads");
+    if (own.exitCode == kNoRuntime)
         return;
-    MESSAGE("also on the runtime of this machine: ", real);
-    const HostProcess process(real, real.substr(0, real.rfind("\\bin\\")));
-    CHECK(process.Run("threads").exitCode == 0);
-    CHECK(process.LoggedLines().size() == 3);
+    MESSAGE("also on the runtime that is registered on this machine");
+    CHECK(own.exitCode == 0);
 }
 
 TEST_CASE("the stand-in runtime ends a process that breaks a rule") {
