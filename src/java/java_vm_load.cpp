@@ -103,6 +103,7 @@ void RemoveTrailingBackslash(std::string& path) {
 int CKivJavaVM::LoadJVM() noexcept {
     if (IsAvailable())
         return 1;
+    Unload();  // what an earlier attempt left
     const std::string version = ChooseVersion();
     kiv::CopyText(m_version, sizeof m_version, version.c_str());
     kiv::JavaLocation location;
