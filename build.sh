@@ -34,7 +34,7 @@ note() {
 
 # --- Packages --------------------------------------------------------------------------------------------------------
 
-readonly packages_common=(ca-certificates cmake ninja-build g++ python3 git dpkg-dev xz-utils patch)
+readonly packages_common=(ca-certificates cmake ninja-build g++ python3 git dpkg-dev xz-utils patch netbase)
 readonly packages_windows=(g++-mingw-w64-i686-win32 g++-mingw-w64-x86-64-win32 wine wine64 wine32:i386
     libcli11-dev nlohmann-json3-dev doctest-dev iproute2 procps util-linux)
 readonly packages_test=(libxml2-utils)

@@ -14,6 +14,7 @@
 #include "tavkivut/install_service.h"
 #include "tavkivut/java.h"
 #include "tavkivut/line_file.h"
+#include "tavkivut/net_services.h"
 #include "tavkivut/network.h"
 #include "tavkivut/path.h"
 #include "tavkivut/process.h"

@@ -8,6 +8,7 @@
 #include "files/file_contents.h"
 #include "files/line_encoding.h"
 #include "files/line_list.h"
+#include "files/without_read_only.h"
 #include "support/heap_text.h"
 #include "support/log.h"
 #include "support/scoped_resource.h"
@@ -50,31 +51,13 @@ kiv::ScopedFile OpenToRead(const char* path, bool readOnly) noexcept {
                                          FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
 }
 
-// A file without its read-only attribute, which it gets back at the end.
-class WritableFile {
-public:
-    explicit WritableFile(const char* path) noexcept : m_path(path), m_attributes(::GetFileAttributesA(path)) {
-        if (m_attributes == INVALID_FILE_ATTRIBUTES || (m_attributes & FILE_ATTRIBUTE_READONLY) == 0)
-            return;
-        m_cleared = ::SetFileAttributesA(path, m_attributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY)) != FALSE;
-        if (m_cleared)
-            KIV_LOG(kiv::kLogMain, kiv::kLogWarning, "Oem Installation : removed read-only attribute from '%s'", path);
-        else
-            KIV_LOG(kiv::kLogMain, kiv::kLogError, "Oem Installation : failed to remove read-only attribute from '%s'",
-                    path);
-    }
-    ~WritableFile() {
-        if (m_cleared)
-            ::SetFileAttributesA(m_path, m_attributes);
-    }
-    WritableFile(const WritableFile&) = delete;
-    WritableFile& operator=(const WritableFile&) = delete;
-
-private:
-    const char* m_path;
-    DWORD m_attributes;
-    bool m_cleared = false;
-};
+void LogReadOnly(kiv::WithoutReadOnly::Change change, const char* path) noexcept {
+    if (change == kiv::WithoutReadOnly::Change::kCleared)
+        KIV_LOG(kiv::kLogMain, kiv::kLogWarning, "Oem Installation : removed read-only attribute from '%s'", path);
+    if (change == kiv::WithoutReadOnly::Change::kFailed)
+        KIV_LOG(kiv::kLogMain, kiv::kLogError, "Oem Installation : failed to remove read-only attribute from '%s'",
+                path);
+}
 
 }  // namespace
 
@@ -168,7 +151,8 @@ void CKivIsamFile::Save() noexcept {
     DWORD error = ERROR_NOT_ENOUGH_MEMORY;
     const char* path = m_path == nullptr ? "" : m_path;
     if (encoded) {
-        const WritableFile writable(path);
+        const kiv::WithoutReadOnly writable(path);
+        LogReadOnly(writable.Changed(), path);
         error = kiv::ReplaceContents(path, contents.Text());
     }
     if (error != NO_ERROR)

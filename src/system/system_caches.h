@@ -44,7 +44,7 @@ enum class OsFamily : signed char { kNotAsked, k9x, kNt };
 
 constexpr unsigned long kTerminalServerNotAsked = 0xFFFFFFFF;
 
-// The process-wide caches of CKivSystem.
+// The process-wide caches of CKivSystem and CKivNetServiceConfig.
 struct SystemCaches {
     TextCache<MAX_PATH> systemFolder;
     TextCache<MAX_PATH> system16Folder;
@@ -53,6 +53,8 @@ struct SystemCaches {
     TextCache<MAX_PATH> commonFilesFolder;
     TextCache<MAX_PATH> tempFolder;
     TextCache<MAX_PATH> fontsFolder;
+    TextCache<MAX_PATH> servicesFile;
+    TextCache<MAX_PATH> servicesBackup;
     TextCache<100> osVersion;
     TextCache<100> ieVersion;
     TextCache<MAX_COMPUTERNAME_LENGTH + 2> computerName;
