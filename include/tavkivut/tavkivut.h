@@ -12,6 +12,7 @@
 #include "tavkivut/ini.h"
 #include "tavkivut/inst_server.h"
 #include "tavkivut/install_service.h"
+#include "tavkivut/ipc.h"
 #include "tavkivut/java.h"
 #include "tavkivut/line_file.h"
 #include "tavkivut/net_services.h"
