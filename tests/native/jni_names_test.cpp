@@ -3,25 +3,13 @@
 #include "support/check.h"
 
 TEST_CASE("types become codes: by the basic types as far as the name goes, else a class") {
-    const struct {
-        const char* type;
-        const char* code;
-    } rows[] = {
-        {"int", "I"},
-        {"long", "J"},
-        {"boolean", "Z"},
-        {"bool", "Z"},
-        {"byte", "B"},
-        {"char", "C"},
-        {"short", "S"},
-        {"float", "F"},
-        {"double", "D"},
+    const char* const rows[][2] = {
         {"i", "I"},
         {"b", "Z"},
         {"by", "B"},
         {"Int", "LInt;"},
         {"ints", "Lints;"},
-        {" int [ ]", "Lint [ ];"},  // blanks inside a name stay
+        {" int [ ]", "Lint [ ];"},
         {"int[]", "[I"},
         {" byte[] [] ", "[[B"},
         {"java.lang.String", "Ljava/lang/String;"},
@@ -32,13 +20,14 @@ TEST_CASE("types become codes: by the basic types as far as the name goes, else 
         {" \t", ""},
     };
     for (const auto& row : rows) {
-        CAPTURE(row.type);
-        CHECK(kiv::JniTypeCode(row.type) == row.code);
+        CAPTURE(row[0]);
+        CHECK(kiv::JniTypeCode(row[0]) == row[1]);
     }
 }
 
 TEST_CASE("signatures join the codes of all parameters that have a name") {
     CHECK(kiv::JniSignature("", "") == "()V");
+    CHECK(kiv::JniSignature("", "int,long,boolean,bool,byte,char,short,float,double") == "(IJZZBCSFD)V");
     CHECK(kiv::JniSignature("int", "java.lang.String, byte[]") == "(Ljava/lang/String;[B)I");
     CHECK(kiv::JniSignature("java.util.Map[]", ",,long, ,char,") == "(JC)[Ljava/util/Map;");
 }

@@ -73,7 +73,6 @@ Lines StartLines(const std::string& version, const std::string& library, const s
 }
 
 constexpr DWORD kNoRuntime = 4;  // of java_child
-constexpr const char* kNotLoaded = "1E JVM : failed to load virtual machine";
 
 struct Fixture {
     RedirectedKey machine{HKEY_LOCAL_MACHINE};
@@ -139,79 +138,65 @@ TEST_CASE_FIXTURE(Fixture,
     CHECK_FALSE(IsRuntimeLoaded());
 }
 
-TEST_CASE_FIXTURE(Fixture, "a start that fails says at which step, and leaves a host without a machine") {
-    const std::string library = runtimes.Library();
-    const std::string empty = runtimes.Write("empty.dll", "no library");
-    const std::string found = "1  JVM : found registration of runtime library version 1.4";
-    const std::string damaged = "1W JVM : the registration of the virtual machine (1.4) is damaged";
-    const std::string loaded = "1  JVM : successfully loaded runtime library '" + library + "'";
-    const std::string classPath = "2  JVM : setting classpath to '" + runtimes.Folder() + "\\lib'";
-    char without[MAX_PATH];
-    ::GetFullPathNameA("version_wide.dll", sizeof without, without, nullptr);
-    const struct {
-        const char* title;
-        const char* library;  // null: the value is missing
-        std::string home;     // "-": the value is missing
-        const char* fault;
-        Lines lines;
-    } rows[] = {
-        {"no home", library.c_str(), "-", nullptr, {found, damaged}},
-        {"a home beyond the limit", library.c_str(), std::string(260, 'h'), nullptr, {found, damaged}},
-        {"no library",
-         nullptr,
-         runtimes.Folder(),
-         nullptr,
-         {damaged, "1W JVM : the list of registered virtual machines is empty"}},
-        {"no DLL",
-         empty.c_str(),
-         runtimes.Folder(),
-         nullptr,
-         {found, "1E JVM : failed to load runtime library '" + empty + "' (193)"}},
-        {"no entry points",
-         without,
-         runtimes.Folder(),
-         nullptr,
-         {found, "1  JVM : successfully loaded runtime library '" + std::string(without) + "'",
-          "1E JVM : the runtime library '" + std::string(without) + "' is not valid (127)"}},
-        {"no JNI",
-         library.c_str(),
-         runtimes.Folder(),
-         "args=-1",
-         {found, loaded, "1E JVM : the runtime library '" + library + "' does not support JNI"}},
-        {"refusal",
-         library.c_str(),
-         runtimes.Folder(),
-         "create=-4",
-         {found, loaded, classPath,
-          "1E JVM : failed to create instance of the virtual machine, Error code 0xfffffffc (-4)"}},
-    };
-    {
-        Host host;
-        CHECK(log.Lines() == Lines{"1W JVM : there is no virtual machine registered on this host", kNotLoaded});
-    }
-    for (const auto& row : rows) {
-        CAPTURE(row.title);
+namespace {
+
+struct FailedStart : Fixture {
+    // Registers 1.4 with these texts (null: without) and tries to start it. Gives the lines before the last.
+    Lines LinesOf(const char* library, const char* home, const char* fault = nullptr) {
         DeleteKeyTree(machine.Handle(), "SOFTWARE");
-        if (row.library != nullptr)
-            SetText(runtimes.Key("1.4").Get(), "RuntimeLib", row.library);
-        if (row.home != "-")
-            SetText(runtimes.Key("1.4").Get(), "JavaHome", row.home);
-        const ScopedVariable fault("KIV_JAVA_FAULT", row.fault);
+        if (library != nullptr)
+            SetText(runtimes.Key("1.4").Get(), "RuntimeLib", library);
+        if (home != nullptr)
+            SetText(runtimes.Key("1.4").Get(), "JavaHome", home);
+        const ScopedVariable asked("KIV_JAVA_FAULT", fault);
         log.Clear();
         Host host;
-        Lines lines = row.lines;
-        lines.emplace_back(kNotLoaded);
-        CHECK(log.Lines() == lines);
-        log.Clear();
+        Lines lines = log.Lines();
+        REQUIRE(!lines.empty());
+        CHECK(lines.back() == "1E JVM : failed to load virtual machine");
+        lines.pop_back();
+        CheckWithoutMachine(host, lines.size() + 1);
+        return lines;
+    }
+
+    // Nothing works, and nothing more is logged.
+    void CheckWithoutMachine(Host& host, std::size_t lines) {
         CHECK(host.IsAvailable() == 0);
         CHECK(host.GetEnv() == nullptr);
         CHECK(host.IsCurrentThreadAttached() == 0);
         host.DetachCurrentThread();
-        const Host copy(host);
-        CHECK(copy.IsAvailable() == 0);
-        CHECK(log.Lines() == Lines{});
+        CHECK(Host(host).IsAvailable() == 0);
+        CHECK(log.Lines().size() == lines);
         CHECK_FALSE(IsRuntimeLoaded());
     }
+};
+
+}  // namespace
+
+TEST_CASE_FIXTURE(FailedStart, "a start that fails says at which step, and leaves a host without a machine") {
+    const std::string library = runtimes.Library();
+    const std::string empty = runtimes.Write("empty.dll", "no library");
+    char without[MAX_PATH];
+    ::GetFullPathNameA("version_wide.dll", sizeof without, without, nullptr);
+    const char* const good = library.c_str();
+    const char* const home = runtimes.Folder().c_str();
+    const std::string found = "1  JVM : found registration of runtime library version 1.4";
+    const std::string damaged = "1W JVM : the registration of the virtual machine (1.4) is damaged";
+    const std::string loaded = "1  JVM : successfully loaded runtime library '" + library + "'";
+    CHECK(LinesOf(nullptr, nullptr) == Lines{"1W JVM : there is no virtual machine registered on this host"});
+    CHECK(LinesOf(nullptr, home) == Lines{damaged, "1W JVM : the list of registered virtual machines is empty"});
+    CHECK(LinesOf(good, nullptr) == Lines{found, damaged});
+    CHECK(LinesOf(good, std::string(260, 'h').c_str()) == Lines{found, damaged});
+    CHECK(LinesOf(empty.c_str(), home) ==
+          Lines{found, "1E JVM : failed to load runtime library '" + empty + "' (193)"});
+    CHECK(LinesOf(without, home) ==
+          Lines{found, "1  JVM : successfully loaded runtime library '" + std::string(without) + "'",
+                "1E JVM : the runtime library '" + std::string(without) + "' is not valid (127)"});
+    CHECK(LinesOf(good, home, "args=-1") ==
+          Lines{found, loaded, "1E JVM : the runtime library '" + library + "' does not support JNI"});
+    CHECK(LinesOf(good, home, "create=-4") ==
+          Lines{found, loaded, "2  JVM : setting classpath to '" + runtimes.Folder() + "\\lib'",
+                "1E JVM : failed to create instance of the virtual machine, Error code 0xfffffffc (-4)"});
 }
 
 TEST_CASE_FIXTURE(Fixture, "a machine gets the class path, serves copies, and ends with the last of them") {
