@@ -16,6 +16,7 @@ void AddCrcCommand(CLI::App& app);
 void AddDsCommand(CLI::App& app);
 void AddFileCommand(CLI::App& app);
 void AddIniCommand(CLI::App& app);
+void AddIpcCommand(CLI::App& app);
 void AddJavaCommand(CLI::App& app);
 void AddLinesCommand(CLI::App& app);
 void AddPrivilegeCommand(CLI::App& app);

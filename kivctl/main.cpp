@@ -89,6 +89,7 @@ int main(int argc, char** argv) {
     kivctl::AddDsCommand(app);
     kivctl::AddFileCommand(app);
     kivctl::AddIniCommand(app);
+    kivctl::AddIpcCommand(app);
     kivctl::AddJavaCommand(app);
     kivctl::AddLinesCommand(app);
     kivctl::AddPrivilegeCommand(app);
