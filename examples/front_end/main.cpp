@@ -1,31 +1,67 @@
-// How an installer front end starts: it asks for the installation server, and reads its settings from the configuration
-// that the library keeps in step with that server's TavSetup.cfg.
+// The typical run of an installer front end: it asks for the installation server, reads its settings from the
+// configuration that the library keeps in step with that server's TavSetup.cfg, deploys the installer service, and
+// hands a job to the distribution service.
 //
-//     front_end [/product:NAME] [/section:NAME]
+//     front_end [/product:NAME] [/section:NAME] [/deploy:HERE|COMPUTER] [/account:NAME] [/job:FILE] [/cancel] [/remove]
 //
 // The library itself looks for the option "product" in the command line: only a server that serves that product is
-// chosen. "section" (default: General) is this program's own option: the settings that it prints.
+// chosen. The other options are this program's own:
+//
+//     section    the settings that it prints (General)
+//     deploy     where the installer service goes: HERE copies it from this program's folder, whatever is there; for a
+//                computer it comes from the installation server, where it is newer, and is started
+//     account    the account of the service, the local system without it; its password is the first line of the input
+//     job        the descriptor that goes to the distribution service
+//     cancel     cancels the distribution service's job
+//     remove     takes the installer service away from this computer, and does nothing else
+//
+// It ends with 1 when something that was asked for failed; the log tells why.
 
 #include <windows.h>
 
 #include <cstdio>
 #include <cstring>
+#include <string>
 
 #include "tavkivut/tavkivut.h"
 
 namespace {
 
-constexpr char kSectionOption[] = "/section:";
+constexpr char kServiceName[] = "TAVInstallerSvc";
+constexpr char kServiceProgram[] = "tavkivis.exe";
+constexpr unsigned long kStopLimit = 10000;  // milliseconds
 
-// The value of "/section:", copied to `section`.
-void ReadSectionOption(char* section, std::size_t size) {
+struct Options {
+    std::string section = "General";
+    std::string deploy;
+    std::string account;
+    std::string job;
+    bool cancel = false;
+    bool remove = false;
+};
+
+// "/name:value" puts the value there.
+bool TakeValue(const char* argument, const char* option, std::string& value) {
+    const std::size_t length = std::strlen(option);
+    if (std::strncmp(argument, option, length) != 0)
+        return false;
+    value = argument + length;
+    return true;
+}
+
+Options ReadOptions() {
+    Options options;
     int argc = 0;
     char** argv = CommandLineToArgv(::GetCommandLineA(), &argc);
     for (int i = 1; argv != nullptr && i < argc; ++i) {
-        if (std::strncmp(argv[i], kSectionOption, sizeof kSectionOption - 1) == 0)
-            std::snprintf(section, size, "%s", argv[i] + sizeof kSectionOption - 1);
+        options.cancel = options.cancel || std::strcmp(argv[i], "/cancel") == 0;
+        options.remove = options.remove || std::strcmp(argv[i], "/remove") == 0;
+        if (!TakeValue(argv[i], "/section:", options.section) && !TakeValue(argv[i], "/deploy:", options.deploy) &&
+            !TakeValue(argv[i], "/account:", options.account))
+            TakeValue(argv[i], "/job:", options.job);
     }
     ReleaseArgs(argv);
+    return options;
 }
 
 void ShowServer() {
@@ -53,14 +89,103 @@ void ShowSettings(CKivConfigMgr& config, const char* section) {
     config.ReleaseCfgStrings(names, values);
 }
 
-}  // namespace
+// One step of a deployment: 0 is success.
+bool Step(const char* what, long status) {
+    std::printf("installer service: %s: %s", what, status == 0 ? "done\n" : "failed");
+    if (status != 0)
+        std::printf(" (0x%08lx)\n", static_cast<unsigned long>(status));
+    return status == 0;
+}
 
-int main() {
-    char section[256] = "General";
-    ReadSectionOption(section, sizeof section);
+// A password never stands in a command line, where others could read it.
+class Password {
+public:
+    Password() {
+        if (std::fgets(m_text, sizeof m_text, stdin) != nullptr)
+            m_text[std::strcspn(m_text, "\r\n")] = '\0';
+    }
+    ~Password() { ::SecureZeroMemory(m_text, sizeof m_text); }
+    Password(const Password&) = delete;
+    Password& operator=(const Password&) = delete;
+
+    char* Text() { return m_text; }
+
+private:
+    char m_text[260] = "";
+};
+
+bool DeployHere(char* account, char* password) {
+    return Step("installation on this computer", CreateInstallationService(account, password) == 1 ? 0 : E_FAIL);
+}
+
+bool DeployOn(const char* computer, char* account, char* password) {
+    CKivInstallService service(computer, kServiceName, kServiceProgram, "Installs TAV applications",
+                               "Installs software and patches on locked-down workstations");
+    // A program that runs cannot be replaced.
+    if (service.IsInstalled() == 0 && !Step("stop", service.IsStopped()))
+        return false;
+    return Step("files", service.MakeUptodate()) &&
+           Step("installation", service.InstallService(account, password, SERVICE_DEMAND_START)) &&
+           Step("access for everyone", service.AllowEveryoneToStartService()) &&
+           Step("start", service.StartServiceA("/work:200"));
+}
+
+bool Deploy(Options& options) {
+    if (options.account.empty())
+        return options.deploy == "HERE" ? DeployHere(nullptr, nullptr)
+                                        : DeployOn(options.deploy.c_str(), nullptr, nullptr);
+    Password password;
+    return options.deploy == "HERE" ? DeployHere(options.account.data(), password.Text())
+                                    : DeployOn(options.deploy.c_str(), options.account.data(), password.Text());
+}
+
+// The last error is the code of the service's answer.
+bool Tell(const char* what, int result) {
+    const DWORD code = ::GetLastError();
+    std::printf("distribution service: %s: %s (%lu)\n", what, result == 1 ? "yes" : "no", code);
+    return result == 1;
+}
+
+// Stops the service and waits until it has ended: its files are free then.
+bool RemoveService() {
+    CNTServiceControlManager manager;
+    CNTScmService service;
+    if (!manager.Open(nullptr, SC_MANAGER_CONNECT) || !manager.OpenServiceA(kServiceName, SERVICE_ALL_ACCESS, service))
+        return false;
+    SERVICE_STATUS status{};
+    if (!service.QueryStatus(status))
+        return false;
+    if (status.dwCurrentState != SERVICE_STOPPED && (!service.Stop() || !service.WaitForStop(kStopLimit)))
+        return false;
+    return service.Delete();
+}
+
+bool Remove() {
+    if (!Step("removal", RemoveService() ? 0 : E_FAIL))
+        return false;
+    const std::string folder = KivGetTavWkstaPath(nullptr, nullptr);
+    for (const char* file : {kServiceProgram, "tavkivlg.dll", "__TAV.DIR"})
+        ::DeleteFileA((folder + "\\" + file).c_str());
+    CKivRegKey general(nullptr, "HKLM\\Software\\TAV\\TAVSetup\\General", nullptr, KEY_ALL_ACCESS);
+    general["TAVwkstaPath"].remove();
+    return Step("removal of its folder", ::RemoveDirectoryA(folder.c_str()) ? 0 : E_FAIL);
+}
+
+bool Run(Options& options) {
     std::printf("system: %s\n", CKivSystem::GetOsVersionString());
     ShowServer();
     CKivConfigMgr config;  // the first question refreshes the registry when the server's file is newer
-    ShowSettings(config, section);
-    return 0;
+    ShowSettings(config, options.section.c_str());
+    if (!options.deploy.empty() && !Deploy(options))
+        return false;
+    if (!options.job.empty() && !Tell("job started", KivDSJobInit(options.job.data(), kKivDsReplySize)))
+        return false;
+    return !options.cancel || Tell("job cancelled", KivDSJobCancel());
+}
+
+}  // namespace
+
+int main() {
+    Options options = ReadOptions();
+    return (options.remove ? Remove() : Run(options)) ? 0 : 1;
 }
