@@ -10,7 +10,7 @@ usage() {
     cat <<'EOF'
 usage: ./build.sh COMMAND
 
-  demo               set up, build, and run an installer front end's start against a small network of its own
+  demo               set up, build, and run an installer front end against a small network of its own
   check [--long]     set up, build, lint, run all tests; --long adds the long tests and wide fuzzing
   bench              measure the hot paths beside their peers
   fuzz [SECONDS] [NAME]
