@@ -21,10 +21,11 @@ constexpr DWORD kBackOffSteps = 10;
 
 // One transaction; `text` has room for the longest reply and its terminator. The error of the call, 0 when it
 // succeeded.
-DWORD Transact(const std::string& pipe, std::string request, char* text, DWORD& received) noexcept {
-    ::SetLastError(NO_ERROR);
+DWORD Transact(const std::string& pipe, const char* request, char* text, DWORD& received) noexcept {
+    std::string sent = request;  // the call takes it as something to change
     received = 0;
-    const BOOL done = ::CallNamedPipeA(pipe.c_str(), request.data(), static_cast<DWORD>(request.size()), text,
+    ::SetLastError(NO_ERROR);
+    const BOOL done = ::CallNamedPipeA(pipe.c_str(), sent.data(), static_cast<DWORD>(sent.size()), text,
                                        kKivDsReplySize, &received, NMPWAIT_USE_DEFAULT_WAIT);
     const DWORD error = ::GetLastError();
     if (!done)
