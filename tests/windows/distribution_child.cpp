@@ -123,6 +123,12 @@ std::string End(const std::string&) {
     return ended ? std::to_string(exitCode) : "does not end";
 }
 
+// For a service that is in the middle of a job.
+std::string Kill(const std::string&) {
+    ::TerminateProcess(g_program.Get(), 0);
+    return ::WaitForSingleObject(g_program.Get(), kPatience) == WAIT_OBJECT_0 ? "" : "does not end";
+}
+
 // --- The client ------------------------------------------------------------------------------------------------------
 
 kiv::test::ScriptedClock* g_clock;
@@ -195,18 +201,6 @@ std::string Slept(const std::string&) {
     return std::to_string(g_clock->Sleeps().size()) + " times, " + std::to_string(sum) + " ms";
 }
 
-// Waits until the service has no job.
-std::string Idle(const std::string&) {
-    for (int attempt = 0; attempt < 1000; ++attempt) {
-        char reply[kKivDsReplySize] = "";
-        unsigned long size = sizeof reply;
-        if (CallDistributionService(kKivDsJobStatus, reply, size) && std::string(reply) == "@KIV_JOB_STATUS 170")
-            return KivRecordingClear(), "idle";
-        ::Sleep(20);
-    }
-    return "busy for ever";
-}
-
 // Tells whether more is open than at the last call.
 std::string Steady(const std::string&) {
     static kiv::test::ResourceCount before{};
@@ -230,6 +224,7 @@ constexpr ChildOperation kOperations[] = {
     {"pipe", StartScript},
     {"service", StartService},
     {"end", End},
+    {"kill", Kill},
     {"call", Call},
     {"start", Start},
     {"cancel", [](const std::string&) { return Result(KivDSJobCancel()); }},
@@ -239,7 +234,6 @@ constexpr ChildOperation kOperations[] = {
     {"delete", [](const std::string& path) { return std::string(::DeleteFileA(path.c_str()) ? "" : "not deleted"); }},
     {"deny", [](const std::string& error) { return g_shareError = std::stoul(error), std::string(); }},
     {"slept", Slept},
-    {"idle", Idle},
     {"steady", Steady},
     {"hold", Hold},
     {"run", RunCommand},
