@@ -102,7 +102,8 @@ void JobQueue::Run(const Job& job) {
     Report("job '%s' begins", job.name.c_str());
     bool isDone = true;
     for (const Step& step : job.steps) {
-        isDone = Begin(step);
+        // The first step has begun with the job itself: a cancellation always waits for it.
+        isDone = &step == &job.steps.front() || Begin(step);
         if (!isDone)
             break;
         Report("job '%s': %s", job.name.c_str(), step.what.c_str());
