@@ -73,5 +73,8 @@ unsigned long ReadDescriptor(const std::string& path, Job& job) {
         if (isFirst ? line != "JDF 1" : !ReadLine(line, job))
             return ERROR_INVALID_DATA;
     }
-    return job.name.empty() || job.steps.empty() ? ERROR_INVALID_DATA : ERROR_SUCCESS;
+    if (job.name.empty() || job.steps.empty())
+        return ERROR_INVALID_DATA;
+    job.steps.back().isFinal = true;  // behind it nothing is left to be cancelled
+    return ERROR_SUCCESS;
 }

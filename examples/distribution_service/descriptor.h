@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-// One step of a job. Its work is played by the time that it takes.
+// One step of a job, the last of which is always final. Its work is played by the time that it takes.
 struct Step {
     bool isFinal;  // once such a step has begun, the job cannot be cancelled any more
     unsigned long milliseconds;
