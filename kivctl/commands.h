@@ -26,6 +26,7 @@ void AddRightCommand(CLI::App& app);
 void AddSdCommand(CLI::App& app);
 void AddServerCommand(CLI::App& app);
 void AddServiceCommand(CLI::App& app);
+void AddServicesFileCommand(CLI::App& app);
 void AddSidCommand(CLI::App& app);
 void AddSystemCommand(CLI::App& app);
 void AddTokenCommand(CLI::App& app);

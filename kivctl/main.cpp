@@ -99,6 +99,7 @@ int main(int argc, char** argv) {
     kivctl::AddSdCommand(app);
     kivctl::AddServerCommand(app);
     kivctl::AddServiceCommand(app);
+    kivctl::AddServicesFileCommand(app);
     kivctl::AddSidCommand(app);
     kivctl::AddSystemCommand(app);
     kivctl::AddTokenCommand(app);

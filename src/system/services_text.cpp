@@ -159,7 +159,7 @@ bool AddServiceAlias(NETSERVICE& entry, std::string_view alias) noexcept {
 bool AddServiceEntry(NETSERVICELIST& list, NETSERVICE* entry) noexcept {
     if (list.count == list.room) {
         const long room = list.room == 0 ? kFirstListRoom : 2 * list.room;
-        void* grown = std::realloc(list.entries, static_cast<std::size_t>(room) * sizeof *list.entries);
+        void* grown = std::realloc(list.entries, static_cast<std::size_t>(room) * sizeof(void*));
         if (grown == nullptr)
             return false;
         list.entries = static_cast<NETSERVICE**>(grown);
