@@ -25,7 +25,8 @@ DWORD LocalPath(const char* sharePath, std::string& path) {
         return status;
     const std::string_view rest = whole.substr(kiv::RootLength(whole, kiv::IsAnsiLeadByte));
     path = kiv::WithoutTrailingBackslash(share.path, kiv::IsAnsiLeadByte);
-    if (!rest.empty() || kiv::IsDrivePath(path))
+    const bool isRoot = path.size() == 2;
+    if (isRoot || !rest.empty())
         path.append("\\").append(rest);
     return NO_ERROR;
 }
