@@ -13,6 +13,7 @@ void AddAclCommand(CLI::App& app);
 void AddArgsCommand(CLI::App& app);
 void AddConfigCommand(CLI::App& app);
 void AddCrcCommand(CLI::App& app);
+void AddDeployCommand(CLI::App& app);
 void AddDsCommand(CLI::App& app);
 void AddFileCommand(CLI::App& app);
 void AddIniCommand(CLI::App& app);

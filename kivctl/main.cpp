@@ -86,6 +86,7 @@ int main(int argc, char** argv) {
     kivctl::AddArgsCommand(app);
     kivctl::AddConfigCommand(app);
     kivctl::AddCrcCommand(app);
+    kivctl::AddDeployCommand(app);
     kivctl::AddDsCommand(app);
     kivctl::AddFileCommand(app);
     kivctl::AddIniCommand(app);

@@ -7,6 +7,7 @@
 
 #include "kivctl/command.h"
 #include "kivctl/descriptor_view.h"
+#include "kivctl/password.h"
 #include "kivctl/service_view.h"
 
 namespace kivctl {
@@ -181,26 +182,6 @@ void Security(const Options& options) {
     else
         PrintDescriptor(sd, ObjectKind::kService);
 }
-
-// A line of the standard input: a command line can be seen by others.
-class Password {
-public:
-    Password() {
-        std::cerr << "Password: " << std::flush;
-        std::getline(std::cin, m_text);
-    }
-    ~Password() {
-        for (volatile char& character : m_text)
-            character = 0;
-    }
-    Password(const Password&) = delete;
-    Password& operator=(const Password&) = delete;
-
-    const char* Text() const { return m_text.c_str(); }
-
-private:
-    std::string m_text;
-};
 
 const char* TextOrNull(const std::string& text) {
     return text.empty() ? nullptr : text.c_str();
