@@ -1,11 +1,12 @@
 # kiv_native_test(<name> SOURCES <file>...)
 #   A doctest program of pure rules, linked with kiv_core; one CTest test. Only in native builds.
 #
-# kiv_windows_test(<name> SOURCES <file>... [SEAM | REAL_LOG] [LONG] [RELEASES <release>...] [LOCK <resource>...])
+# kiv_windows_test(<name> SOURCES <file>... [SEAM | REAL_LOG] [SHARES] [LONG] [RELEASES <release>...] [LOCK <resource>...])
 #   A doctest program for Windows (under Wine in cross builds); one CTest test.
 #   Without SEAM it uses the library through the DLL's exports; with SEAM the same objects are linked into it, so that
 #   it can swap function tables and force the OS family.
 #   With REAL_LOG it stands in a folder of its own, beside the libraries as they are shipped, and loads what it tests.
+#   With SHARES it runs in a copy of the prefix that has shares and is thrown away afterwards; only in cross builds.
 #   LONG leaves it out of every run but that of `ctest -C long` (`./build.sh check --long`), and gives it ten minutes.
 #   RELEASES copies it under names that the Wine prefix runs as those releases (win95 win98 nt40 win2k winxp win2003):
 #   one more CTest test each. tests/support/this_release.h tells a test which one it runs as.
@@ -19,6 +20,7 @@
 
 set(KIV_TEST_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
 set(KIV_REAL_LOG_DIRECTORY ${KIV_TEST_DIRECTORY}/real_log)
+set(KIV_WITH_SHARES ${PROJECT_SOURCE_DIR}/tests/support/share-test $<TARGET_FILE:share_stand_in>)
 
 function(kiv_native_test name)
   if(WIN32)
@@ -34,7 +36,7 @@ function(kiv_native_test name)
 endfunction()
 
 function(_kiv_register_windows_test test program locks)
-  add_test(NAME ${test} COMMAND ${CMAKE_CROSSCOMPILING_EMULATOR} ${program} ${ARGN})
+  add_test(NAME ${test} COMMAND ${wrapper} ${CMAKE_CROSSCOMPILING_EMULATOR} ${program} ${ARGN})
   set_tests_properties(${test} PROPERTIES TIMEOUT 120 WORKING_DIRECTORY ${KIV_TEST_DIRECTORY}
     ENVIRONMENT "${KIV_WINE_ENVIRONMENT};KIV_TEST_DATA=${PROJECT_SOURCE_DIR}/tests/data"
     RESOURCE_LOCK "${locks}" FIXTURES_REQUIRED "${KIV_WINE_FIXTURE}")
@@ -44,7 +46,14 @@ function(kiv_windows_test name)
   if(NOT WIN32)
     return()
   endif()
-  cmake_parse_arguments(arg "SEAM;REAL_LOG;LONG" "" "SOURCES;RELEASES;LOCK" ${ARGN})
+  cmake_parse_arguments(arg "SEAM;REAL_LOG;SHARES;LONG" "" "SOURCES;RELEASES;LOCK" ${ARGN})
+  set(wrapper)
+  if(arg_SHARES)
+    if(NOT CMAKE_CROSSCOMPILING)
+      return()
+    endif()
+    set(wrapper ${KIV_WITH_SHARES})
+  endif()
   set(target ${name}_test)
   set(directory ${KIV_TEST_DIRECTORY})
   if(arg_REAL_LOG)
