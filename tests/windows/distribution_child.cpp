@@ -58,8 +58,10 @@ void AnswerClient(HANDLE pipe, const std::string& step) {
 }
 
 int PlayScript(const char* event, const Parts& steps) {
+    // How long a client waits that finds another one there.
+    const DWORD wait = steps[0] == "hold" ? 10 : kPatience;
     const kiv::ScopedFile pipe(::CreateNamedPipeA(kPipe, PIPE_ACCESS_DUPLEX, PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE,
-                                                  1, 1024, 1024, 10, nullptr));
+                                                  1, 1024, 1024, wait, nullptr));
     const kiv::ScopedKernelObject ready(::OpenEventA(EVENT_MODIFY_STATE, FALSE, event));
     if (!pipe || !::SetEvent(ready.Get()))
         return 3;
