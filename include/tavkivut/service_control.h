@@ -99,7 +99,6 @@ public:
                         bool (*callback)(unsigned long data, ENUM_SERVICE_STATUSA& service)) const noexcept;
 
 private:
-    friend struct CNTScmServiceLayout;
     SC_HANDLE m_service;
 };
 

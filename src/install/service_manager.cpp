@@ -75,6 +75,7 @@ struct MessageApi {
 // in its way. The count is bounded, since a window may always have one more; a request to quit is put back at the end.
 void DrainMessages() noexcept {
     constexpr int kMostMessages = 10000;
+    const kiv::LastErrorKeeper keeper;
     const MessageApi& messages = kiv::DynamicApi<MessageApi>::Get();
     if (!messages.Complete())
         return;

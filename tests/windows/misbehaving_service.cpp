@@ -1,61 +1,53 @@
-// A service that does not do what it should. Its first start argument says how:
+// A service that does not do what it should. Its start argument says how:
 //
 //     stops      stops when it is told to; this is also what it does without an argument
-//     hangs      stays about to stop; the second argument is its wait hint, in milliseconds
+//     hangs      stays about to stop, with a wait hint of an hour
 //     refuses    takes no stop
 //     dies       ends its process while it is about to stop
+//
+// It takes pause and continue. Unless it stops, it ends by itself after some seconds, so that nothing is left of it.
 
 #include "support/windows_api.h"
 
 #include <winsvc.h>
 
-#include <cstdlib>
 #include <string>
 
 namespace {
 
-struct Behaviour {
-    std::string name = "stops";
-    DWORD waitHint = 0;
-};
+constexpr DWORD kLifeTime = 5000;  // milliseconds
+constexpr DWORD kHour = 3600000;   // milliseconds
 
-Behaviour g_behaviour;
+std::string g_behaviour = "stops";
 SERVICE_STATUS_HANDLE g_handle = nullptr;
-SERVICE_STATUS g_status{SERVICE_WIN32_OWN_PROCESS, SERVICE_RUNNING, 0, NO_ERROR, 0, 0, 0};
 
 void Report(DWORD state) {
-    g_status.dwCurrentState = state;
-    g_status.dwWaitHint = state == SERVICE_STOP_PENDING ? g_behaviour.waitHint : 0;
-    ::SetServiceStatus(g_handle, &g_status);
-}
-
-void Stop() {
-    Report(SERVICE_STOP_PENDING);
-    if (g_behaviour.name == "dies")
-        ::TerminateProcess(::GetCurrentProcess(), 1);
-    if (g_behaviour.name == "stops")
-        Report(SERVICE_STOPPED);
+    const DWORD stop = g_behaviour != "refuses" ? SERVICE_ACCEPT_STOP : 0;
+    SERVICE_STATUS status{SERVICE_WIN32_OWN_PROCESS, state, SERVICE_ACCEPT_PAUSE_CONTINUE | stop, 0, 0, 0, 0};
+    if (state == SERVICE_STOP_PENDING)
+        status.dwWaitHint = kHour;
+    ::SetServiceStatus(g_handle, &status);
 }
 
 void WINAPI Control(DWORD code) {
-    if (code == SERVICE_CONTROL_STOP)
-        Stop();
-    else if (code == SERVICE_CONTROL_PAUSE)
-        Report(SERVICE_PAUSED);
-    else
-        Report(SERVICE_RUNNING);
+    if (code == SERVICE_CONTROL_STOP) {
+        Report(g_behaviour == "stops" ? SERVICE_STOPPED : SERVICE_STOP_PENDING);
+        if (g_behaviour == "dies")
+            ::TerminateProcess(::GetCurrentProcess(), 1);
+    } else {
+        Report(code == SERVICE_CONTROL_PAUSE ? SERVICE_PAUSED : SERVICE_RUNNING);
+    }
 }
 
 void WINAPI Main(DWORD argc, char** argv) {
     if (argc > 1)
-        g_behaviour.name = argv[1];
-    if (argc > 2)
-        g_behaviour.waitHint = std::strtoul(argv[2], nullptr, 10);
-    g_status.dwControlsAccepted = SERVICE_ACCEPT_PAUSE_CONTINUE | SERVICE_ACCEPT_SHUTDOWN;
-    if (g_behaviour.name != "refuses")
-        g_status.dwControlsAccepted |= SERVICE_ACCEPT_STOP;
+        g_behaviour = argv[1];
     g_handle = ::RegisterServiceCtrlHandlerA("", Control);
     Report(SERVICE_RUNNING);
+    if (g_behaviour != "stops") {
+        ::Sleep(kLifeTime);
+        Report(SERVICE_STOPPED);
+    }
 }
 
 }  // namespace
