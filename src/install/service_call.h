@@ -84,6 +84,17 @@ DWORD QueryWhole(AnswerBuffer& buffer, const Query& query) noexcept {
     }
 }
 
+// Asks so for one record, whose block becomes the caller's; null on failure.
+template <class Record, class Query>
+DWORD QueryRecord(Record*& out, const Query& query) noexcept {
+    AnswerBuffer buffer;
+    DWORD error = QueryWhole(buffer, query);
+    if (error == ERROR_SUCCESS && buffer.Data() == nullptr)
+        error = ERROR_INTERNAL_ERROR;  // no answer at all
+    out = error == ERROR_SUCCESS ? static_cast<Record*>(buffer.Release()) : nullptr;
+    return error;
+}
+
 // Writes the line of a failed operation and leaves its error as last error. Returns whether it was none.
 bool FinishServiceCall(DWORD error, const char* failure) noexcept;
 

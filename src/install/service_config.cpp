@@ -9,15 +9,6 @@ using kiv::FinishServiceCall;
 using kiv::ServiceError;
 using kiv::Services;
 
-// Asks for one record and gives its block to the caller; null on failure.
-template <class Record, class Query>
-bool HandOut(Record*& out, const char* failure, const Query& query) noexcept {
-    kiv::AnswerBuffer buffer;
-    const DWORD error = kiv::QueryWhole(buffer, query);
-    out = error == ERROR_SUCCESS ? static_cast<Record*>(buffer.Release()) : nullptr;
-    return FinishServiceCall(error, failure);
-}
-
 }  // namespace
 
 bool CNTScmService::ChangeConfig(unsigned long type, unsigned long startType, unsigned long errorControl,
@@ -30,11 +21,11 @@ bool CNTScmService::ChangeConfig(unsigned long type, unsigned long startType, un
 }
 
 bool CNTScmService::QueryConfig(QUERY_SERVICE_CONFIGA*& config) const noexcept {
-    return HandOut(config, "Failed in call to QueryServiceConfig in QueryConfig",
-                   [this](void* data, DWORD size, DWORD& needed) {
-                       return ServiceError(Services().queryConfig, m_service, static_cast<QUERY_SERVICE_CONFIGA*>(data),
-                                           size, &needed);
-                   });
+    const DWORD error = kiv::QueryRecord(config, [this](void* data, DWORD size, DWORD& needed) {
+        return ServiceError(Services().queryConfig, m_service, static_cast<QUERY_SERVICE_CONFIGA*>(data), size,
+                            &needed);
+    });
+    return FinishServiceCall(error, "Failed in call to QueryServiceConfig in QueryConfig");
 }
 
 bool CNTScmService::Create(CNTServiceControlManager& manager, const char* name, const char* displayName,
@@ -65,10 +56,10 @@ bool CNTScmService::SetObjectSecurity(unsigned long info, void* descriptor) cons
 }
 
 bool CNTScmService::QueryObjectSecurity(unsigned long info, void*& descriptor) const noexcept {
-    return HandOut(descriptor, "Failed in call to QueryServiceObjectSecurity in QueryObjectSecurity",
-                   [this, info](void* data, DWORD size, DWORD& needed) {
-                       return ServiceError(Services().queryObjectSecurity, m_service, info, data, size, &needed);
-                   });
+    const DWORD error = kiv::QueryRecord(descriptor, [this, info](void* data, DWORD size, DWORD& needed) {
+        return ServiceError(Services().queryObjectSecurity, m_service, info, data, size, &needed);
+    });
+    return FinishServiceCall(error, "Failed in call to QueryServiceObjectSecurity in QueryObjectSecurity");
 }
 
 bool CNTScmService::EnumDependents(unsigned long state, unsigned long data,

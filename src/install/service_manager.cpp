@@ -187,12 +187,10 @@ bool CNTServiceControlManager::Unlock() noexcept {
 }
 
 bool CNTServiceControlManager::QueryLockStatus(QUERY_SERVICE_LOCK_STATUSA*& out) const noexcept {
-    kiv::AnswerBuffer buffer;
-    const DWORD error = kiv::QueryWhole(buffer, [this](void* data, DWORD size, DWORD& needed) {
+    const DWORD error = kiv::QueryRecord(out, [this](void* data, DWORD size, DWORD& needed) {
         return ServiceError(Services().queryLockStatus, m_manager, static_cast<QUERY_SERVICE_LOCK_STATUSA*>(data), size,
                             &needed);
     });
-    out = error == ERROR_SUCCESS ? static_cast<QUERY_SERVICE_LOCK_STATUSA*>(buffer.Release()) : nullptr;
     return Finish(error, "Failed in call to QueryServiceLockStatus in QueryLockStatus");
 }
 
