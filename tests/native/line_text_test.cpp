@@ -5,25 +5,13 @@
 #include <string>
 #include <vector>
 
-#include "files/line_encoding.h"
-#include "files/line_list.h"
 #include "support/check.h"
+#include "support/lines_of_file.h"
 
 namespace {
 
+using kiv::test::LinesOfFile;
 using Texts = std::vector<std::string>;
-
-Texts LinesOfFile(const std::string& text, bool wide) {
-    kiv::HeapBuffer<char> bytes;
-    kiv::LineList list;
-    std::size_t count = 0;
-    const std::u16string units(text.begin(), text.end());
-    if (wide)
-        REQUIRE((kiv::NarrowLines(units, nullptr, bytes, count) && list.TakeLines(bytes, count)));
-    else
-        REQUIRE((bytes.Append(text) && bytes.Reserve(1) && list.TakeContents(bytes)));
-    return {list.All(), list.All() + list.Count()};
-}
 
 // The pieces between line breaks, the last one too when it is empty.
 Texts Pieces(const std::string& text, const Texts& pairs) {

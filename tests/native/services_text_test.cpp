@@ -20,7 +20,7 @@ TEST_CASE("every entry of a file survives, also among many and long ones") {
     for (int i = 0; i < 100000; ++i)
         contents += i % 10 == 0 ? "# section\n"
                                 : "service" + std::to_string(i) + "\t" + std::to_string(i % 65536) + "/tcp\ta b # c\n";
-    CHECK(Services(contents).Shown().find("service9999|9999|tcp|a|b| c\n") != std::string::npos);
+    CHECK(Services(contents).Shown().find("service9999 9999/tcp a b# c\n") != std::string::npos);
     CheckSurvives(contents, 100000);
     const std::string name(1 << 20, 'n');
     CheckSurvives(name + " -1/udp " + name + "\r\n#" + name + "\n\n" + name, 4);
@@ -31,6 +31,6 @@ TEST_CASE("every entry of the host's own services file survives") {
     std::ifstream file(KIV_NETBASE_SERVICES, std::ios::binary);
     const std::string contents((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
     CheckSurvives(contents, static_cast<long>(std::count(contents.begin(), contents.end(), '\n')));
-    CHECK(Services(contents).Shown().find("smtp|25|tcp|mail|(null)\n") != std::string::npos);
+    CHECK(Services(contents).Shown().find("smtp 25/tcp mail\n") != std::string::npos);
 }
 #endif

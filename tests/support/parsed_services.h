@@ -24,16 +24,16 @@ struct ParsedServices {
         return FormatServices(list, contents) ? std::string(contents.Text()) : "(no memory)";
     }
 
-    // Every field of every entry: "name|port|protocol|alias|...|comment", a line each.
+    // Every field of every entry: "name port/protocol alias alias#comment", a line each.
     std::string Shown() const {
         std::string shown;
-        const auto text = [](const char* field) { return field == nullptr ? "(null)" : field; };
         for (long i = 0; i < list.count; ++i) {
             const NETSERVICE& entry = *list.entries[i];
-            shown.append(text(entry.name)).append("|" + std::to_string(entry.port) + "|").append(text(entry.protocol));
+            if (entry.name != nullptr)
+                shown += std::string(entry.name) + " " + std::to_string(entry.port) + "/" + entry.protocol;
             for (int alias = 0; alias < entry.aliasCount; ++alias)
-                shown.append("|").append(entry.aliases[alias]);
-            shown.append("|").append(text(entry.comment)).append("\n");
+                shown += std::string(" ") + entry.aliases[alias];
+            shown += entry.comment == nullptr ? "\n" : std::string("#") + entry.comment + "\n";
         }
         return shown;
     }

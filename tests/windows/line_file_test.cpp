@@ -2,15 +2,15 @@
 
 #include <cstddef>
 #include <cstdlib>
+#include <memory>
 #include <string>
 #include <vector>
 
-#include "files/file_contents.h"
 #include "support/check.h"
+#include "support/failing_contents.h"
 #include "support/recording_log.h"
 #include "support/resource_count.h"
 #include "support/scoped_resource.h"
-#include "support/swapped_api.h"
 #include "support/temp_directory.h"
 #include "support/text_convert.h"
 #include "tavkivut/line_file.h"
@@ -46,17 +46,6 @@ Texts Lines(CKivIsamFile& file) {
 
 std::string Utf16(const std::u16string& text) {
     return {reinterpret_cast<const char*>(text.data()), 2 * text.size()};
-}
-
-BOOL WINAPI FailedRead(HANDLE, LPVOID, DWORD, LPDWORD, LPOVERLAPPED) {
-    ::SetLastError(ERROR_CRC);
-    return FALSE;
-}
-
-// A write of which only half reaches the disk, once.
-int g_failingWrites;
-BOOL WINAPI HalfWrite(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written, LPOVERLAPPED overlapped) {
-    return ::WriteFile(file, bytes, g_failingWrites-- > 0 ? size / 2 : size, written, overlapped);
 }
 
 }  // namespace
@@ -129,7 +118,6 @@ TEST_CASE("a file that cannot be read or written keeps what it had") {
     const TempDirectory folder;
     const std::string path = folder.Write("file", "old\n");
     const kiv::test::RecordingLog log;
-    kiv::test::SwappedApi<kiv::ContentsApi> api;
     CKivIsamFile file;
     REQUIRE((Open(file, path) && file.append(L"new")));
     kiv::ScopedFile user(
@@ -138,10 +126,10 @@ TEST_CASE("a file that cannot be read or written keeps what it had") {
     CHECK((!Open(file, path) && Open(file, path, true)));
     user.Reset();
     REQUIRE((Open(file, path) && file.append(L"new")));
-    api->write = HalfWrite;
-    g_failingWrites = 1;
+    kiv::test::SwappedApi<kiv::ContentsApi> api;
+    api->write = kiv::test::HalfWrite;
     file.close();
-    api->read = FailedRead;
+    api->read = kiv::test::NoRead;
     CHECK((Open(file, path) && file.is_empty() && !file.can_write()));
     CHECK(log.Lines() == Texts{"1E Failed to save '" + path + "' (32)", "1E Failed to open '" + path + "' (32)",
                                "1E Failed to save '" + path + "' (112)", "1E Failed to read from '" + path + "' (23)"});
@@ -176,30 +164,29 @@ TEST_CASE("copies share nothing, and nothing is left behind") {
 }
 
 TEST_CASE("texts are trimmed, cut and given their line breaks") {
-    wchar_t* expanded = CKivIsamFile::expandCrLf(L"\na\r\nb\n\r");
-    CHECK(std::wstring(expanded) == L"\r\na\r\nb\r\n\r");
-    std::free(expanded);
-    expanded = CKivIsamFile::expandCrLf(nullptr);
-    CHECK(expanded[0] == L'\0');
-    std::free(expanded);
+    const auto expanded = [](const wchar_t* text) {
+        const std::unique_ptr<wchar_t, decltype(&std::free)> made(CKivIsamFile::expandCrLf(text), std::free);
+        return std::wstring(made.get());
+    };
+    CHECK((expanded(L"\na\r\nb\n\r") == L"\r\na\r\nb\r\n\r" && expanded(nullptr).empty()));
     wchar_t blanks[] = L" \x1F";
     wchar_t padded[] = L"  x y\t";
     CHECK((CKivIsamFile::trim(blanks) == blanks + 2 && CKivIsamFile::trim(nullptr) == nullptr));
     CHECK(std::wstring(CKivIsamFile::trim(padded)) == L"x y");
-    const auto pieces = [](std::wstring text, bool keepEmpty, int growBy) {
-        long count = -1;
-        wchar_t** list = CKivIsamFile::split(text == L"null" ? nullptr : text.data(), L',', &count, keepEmpty, growBy);
-        CHECK((list[count] == nullptr && list[growBy == 9 ? 8 : count] == nullptr));
-        std::wstring shown;
-        for (long i = 0; i < count; ++i)
-            shown += L'[' + std::wstring(list[i]) + L']';
-        CKivIsamFile::split_free(list);
-        return shown;
-    };
     for (const int growBy : {-1, 1, 2, 9, 2147483647}) {
-        CHECK(pieces(L"a,,b", false, growBy) == L"[a][b]");
-        CHECK(pieces(L",,a,,", true, growBy) == L"[][][a][][]");
-        CHECK(pieces(L",,a,,", false, growBy) == L"[][a][]");
-        CHECK((pieces(L"", false, growBy) == L"[]" && pieces(L"null", true, growBy).empty()));
+        for (const bool keepEmpty : {false, true}) {
+            wchar_t text[] = L",,a,b,";
+            long count = 0;
+            wchar_t** list = CKivIsamFile::split(text, L',', &count, keepEmpty, growBy);
+            std::wstring shown;
+            for (long i = 0; i < count; ++i)
+                shown += L'[' + std::wstring(list[i]) + L']';
+            CHECK(shown == (keepEmpty ? L"[][][a][b][]" : L"[][a][b][]"));
+            CHECK((list[count] == nullptr && (growBy < 9 || list[8] == nullptr)));
+            CKivIsamFile::split_free(list);
+        }
     }
+    wchar_t** none = CKivIsamFile::split(nullptr, L',', nullptr, true, 1);
+    CHECK(none[0] == nullptr);
+    CKivIsamFile::split_free(none);
 }

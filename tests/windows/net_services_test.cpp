@@ -4,8 +4,8 @@
 #include <cstring>
 #include <string>
 
-#include "files/file_contents.h"
 #include "support/check.h"
+#include "support/failing_contents.h"
 #include "support/forced_os_family.h"
 #include "support/resource_count.h"
 #include "support/scoped_resource.h"
@@ -49,11 +49,6 @@ struct GivenSystem {
     kiv::test::SwappedApi<kiv::FolderApi> folders;
     std::string file;
 };
-
-int g_failingWrites;
-BOOL WINAPI HalfWrite(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written, LPOVERLAPPED overlapped) {
-    return ::WriteFile(file, bytes, g_failingWrites-- > 0 ? size / 2 : size, written, overlapped);
-}
 
 constexpr char kFile[] = "# services\n"
                          "alpha   4711/tcp   # first\n"
@@ -130,8 +125,7 @@ TEST_CASE("a file that is missing is made, one that cannot be written keeps what
     CHECK((config.append("b", 2, nullptr) != nullptr && config.save()));
     CHECK(ReadFileBytes(system.file) == "a     1/tcp\r\n\r\n");
     kiv::test::SwappedApi<kiv::ContentsApi> api;
-    api->write = HalfWrite;
-    g_failingWrites = 1;
+    api->write = kiv::test::HalfWrite;
     CHECK((config.append("c", 3, "tcp") != nullptr && !config.save()));
     const kiv::ScopedFile user(
         ::CreateFileA(system.file.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
