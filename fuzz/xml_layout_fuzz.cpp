@@ -1,110 +1,93 @@
-// Bytes that describe a document: what the rules write is read by a small reader of its own and must mean the same.
+// Bytes that describe a document: the layout adds nothing but white space to its parts.
 
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <string>
-#include <string_view>
+#include <vector>
 
-#include "support/xml_sample.h"
+#include "files/xml_layout.h"
 
 namespace {
-
-using kiv::test::CanonicalXmlText;
 
 void Require(bool condition) {
     if (!condition)
         std::abort();
 }
 
-std::string Unescaped(std::string_view text) {
-    static constexpr struct {
-        std::string_view entity;
-        char character;
-    } kEntities[] = {{"&amp;", '&'},     {"&lt;", '<'},      {"&gt;", '>'},      {"&apos;", '\''},   {"&quot;", '"'},
-                     {"&reg;", '\xAE'},  {"&copy;", '\xA9'}, {"&Auml;", '\xC4'}, {"&auml;", '\xE4'}, {"&Ouml;", '\xD6'},
-                     {"&ouml;", '\xF6'}, {"&Uuml;", '\xDC'}, {"&uuml;", '\xFC'}, {"&szlig;", '\xDF'}};
-    std::string plain;
-    while (!text.empty()) {
-        std::size_t used = 0;
-        for (const auto& known : kEntities) {
-            if (text.substr(0, known.entity.size()) == known.entity) {
-                plain += known.character;
-                used = known.entity.size();
-            }
-        }
-        Require(used > 0 || text[0] != '&');
-        if (used == 0)
-            plain += text[0];
-        text.remove_prefix(used == 0 ? 1 : used);
-    }
-    return plain;
+bool NoLeadByte(unsigned char) {
+    return false;
 }
 
-class Reader {
-public:
-    explicit Reader(std::string_view document) : m_rest(document) {}
+std::string Escaped(const std::string& text) {
+    std::string escaped;
+    kiv::AppendXmlEscaped(escaped, text, NoLeadByte);
+    return escaped;
+}
 
-    std::string Canonical() {
-        std::string form;
-        while (!m_rest.empty()) {
-            if (Skip("<!--"))
-                form += "<!--" + kiv::test::CanonicalXmlComment(std::string(Until("-->"))) + "-->";
-            else if (Skip("<![CDATA["))
-                form += CanonicalXmlText(std::string(Until("]]>")));
-            else if (Skip("</"))
-                form += "</" + std::string(Until(">")) + ">";
-            else if (Skip("<"))
-                form += StartTag();
-            else
-                form += CanonicalXmlText(Unescaped(Take(m_rest.find('<'))));
-        }
-        return form;
+std::string WithoutBlanks(const std::string& text) {
+    std::string rest;
+    for (const char c : text)
+        rest.append(std::strchr(" \t\r\n", c) == nullptr ? 1 : 0, c);
+    return rest;
+}
+
+// The document with its layout, and without any.
+class Twins {
+public:
+    void Begin(const std::string& name, unsigned attributes) {
+        const char* const pair[] = {"a", name.c_str()};
+        names.push_back(name);
+        Put({kiv::XmlItemKind::kStartTag, name, pair, attributes},
+            "<" + name + (attributes == 0 ? "" : " a=\"" + Escaped(name) + "\"") + ">");
+        m_empty = true;
     }
+    void Put(const kiv::XmlItem& item, const std::string& form) {
+        m_position.depth = static_cast<unsigned>(names.size()) + (item.kind == kiv::XmlItemKind::kComment ? 2 : 0);
+        kiv::AppendXmlItem(written, m_position, item, NoLeadByte);
+        plain += form;
+        m_empty = false;
+    }
+    void End() {
+        const std::string name = names.back();
+        plain.resize(plain.size() - (m_empty ? 1 : 0));
+        Put({kiv::XmlItemKind::kEndTag, name}, m_empty ? "/>" : "</" + name + ">");
+        names.pop_back();
+    }
+
+    std::string written;
+    std::string plain;
+    std::vector<std::string> names;  // of the open elements
 
 private:
-    std::string StartTag() {
-        const std::string name(Take(m_rest.find_first_of(" >")));
-        std::string tag = "<" + name;
-        while (!Skip(">")) {
-            if (Skip(" />"))
-                return tag + "></" + name + ">";
-            Require(Skip(" "));
-            tag += std::string(Until("=\""));
-            tag += "=\"" + CanonicalXmlText(Unescaped(Until("\"")), true) + "\"";
-        }
-        return tag + ">";
-    }
-
-    bool Skip(std::string_view text) {
-        if (m_rest.substr(0, text.size()) != text)
-            return false;
-        m_rest.remove_prefix(text.size());
-        return true;
-    }
-
-    std::string_view Until(std::string_view end) {
-        const std::string_view text = Take(m_rest.find(end));
-        Require(Skip(end));
-        return text;
-    }
-
-    std::string_view Take(std::size_t size) {
-        const std::string_view text = m_rest.substr(0, size);
-        m_rest.remove_prefix(text.size());
-        return text;
-    }
-
-    std::string_view m_rest;
+    kiv::XmlPosition m_position;
+    bool m_empty = false;
 };
 
 }  // namespace
 
+// Items end with a byte that tells what they are: 1 and 2 begin an element, without and with an attribute, 3 to 5 are
+// data, CDATA and a comment, 6 ends the element.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string bytes(reinterpret_cast<const char*>(data), size);
-    const kiv::test::XmlSample sample(bytes);
-    Require(Reader(sample.document.written).Canonical() == sample.canonical);
-    std::string escaped;
-    kiv::AppendXmlEscaped(escaped, bytes, [](unsigned char byte) { return byte >= 0x81; });
-    Require(escaped.size() >= bytes.size());
+    Require(Escaped(bytes).find_first_of("<>'\"") == std::string::npos);
+    Twins twins;
+    for (std::size_t start = 0, end = 0; (end = bytes.find_first_of("\1\2\3\4\5\6", start)) != std::string::npos;
+         start = end + 1) {
+        const std::string text = std::string(bytes, start, end - start).c_str();
+        if (bytes[end] <= 2)
+            twins.Begin(text, bytes[end] - 1U);
+        else if (bytes[end] == 3)
+            twins.Put({kiv::XmlItemKind::kData, text}, Escaped(text));
+        else if (bytes[end] == 4)
+            twins.Put({kiv::XmlItemKind::kCData, text}, "<![CDATA[" + text + "]]>");
+        else if (bytes[end] == 5)
+            twins.Put({kiv::XmlItemKind::kComment, text}, "<!--" + text + "-->");
+        else if (!twins.names.empty())
+            twins.End();
+    }
+    while (!twins.names.empty())
+        twins.End();
+    Require(WithoutBlanks(twins.written) == WithoutBlanks(twins.plain));
     return 0;
 }
