@@ -96,7 +96,12 @@ TEST_CASE("a service is made, configured, listed, run, stopped and removed") {
         const RecordingLog log;
         TemporaryService test("KivTest");
         CNTScmService& service = test.service;
+        CNTScmService copy = service;
+        service = *&service;
+        CHECK((copy.Detach() == service && copy == nullptr));
         ::SetLastError(77);
+        CHECK(test.manager.OpenServiceA(test.name.c_str(), SERVICE_ALL_ACCESS, service));  // closes the first handle
+        CHECK((test.manager.Lock() && test.manager.Unlock()));
         CHECK(service.ChangeConfig(SERVICE_NO_CHANGE, SERVICE_AUTO_START, SERVICE_NO_CHANGE, nullptr, nullptr, nullptr,
                                    nullptr, nullptr, nullptr, "Another name"));
         QUERY_SERVICE_CONFIGA* config = nullptr;
@@ -217,7 +222,10 @@ TEST_CASE("an operation that cannot be done says so and leaves its error") {
     checkAll(ERROR_INVALID_HANDLE);
     CheckFailure("Failed in call to UnlockServiceDatabase in Unlock", ERROR_INVALID_SERVICE_LOCK,
                  [&] { return m.Unlock(); });
-    REQUIRE(m.Open(nullptr, SC_MANAGER_ALL_ACCESS));
+    REQUIRE((m.Open(nullptr, SC_MANAGER_ALL_ACCESS) && m.Lock()));
+    CheckFailure("Failed in call to LockServiceDatabase in Lock", ERROR_SERVICE_DATABASE_LOCKED,
+                 [&] { return m.Lock(); });
+    CHECK(m.Unlock());
     CheckFailure("Failed in call to EnumServicesStatusEx in EnumServices", ERROR_INVALID_PARAMETER,
                  [&] { return m.EnumServices(48, 3, nullptr, 0, nullptr); });
 
@@ -231,6 +239,22 @@ TEST_CASE("an operation that cannot be done says so and leaves its error") {
                  [&] { return s.QueryStatus(extended); });
     CheckFailure("EnumServicesStatusEx" + unsupported, ERROR_CALL_NOT_IMPLEMENTED,
                  [&] { return m.EnumServices(48, 3, "", 0, Note<ENUM_SERVICE_STATUS_PROCESSA>); });
+}
+
+TEST_CASE("a manager's lock goes with the object that took it") {
+    static int s_unlocked = 0;
+    SwappedApi<kiv::ServiceApi> services;
+    services->unlockDatabase = [](SC_LOCK) WINAPI -> BOOL { return ++s_unlocked; };
+    {
+        CNTServiceControlManager manager;
+        REQUIRE((manager.Open(nullptr, SC_MANAGER_ALL_ACCESS) && manager.Lock()));
+        { const CNTServiceControlManager copy = manager; }
+        CHECK((s_unlocked == 0 && manager.Detach() != nullptr));
+    }
+    CHECK(s_unlocked == 1);
+}
+
+TEST_CASE("a missing module is said") {
     const RecordingLog log;
     kiv::AdvancedServiceApi{}.LoadFrom(nullptr);
     CHECK(log.Lines() == Lines{"1E _NTSERV_DATA const: advanced api dll could not be loaded"});
@@ -317,33 +341,6 @@ TEST_CASE("the manager is tried five times") {
             left.push_back(message.message);
         CHECK(left == row.messages);
     }
-}
-
-TEST_CASE("each handle and each lock is released once") {
-    static std::string s_calls;
-    char names[] = "abc";
-    SwappedApi<kiv::ServiceApi> services;
-    services->closeHandle = [](SC_HANDLE handle) WINAPI -> BOOL {
-        return (s_calls += *reinterpret_cast<const char*>(handle)).size() != 0;
-    };
-    services->lockDatabase = [](SC_HANDLE manager) WINAPI -> SC_LOCK { return manager; };
-    services->unlockDatabase = [](SC_LOCK) WINAPI -> BOOL { return (s_calls += 'u').size() != 0; };
-    {
-        CNTScmService service;
-        service.Attach(reinterpret_cast<SC_HANDLE>(&names[0]));
-        service = *&service;
-        service.Attach(reinterpret_cast<SC_HANDLE>(&names[1]));
-        const CNTScmService other(service);
-        CHECK((service.Detach() == other && service == nullptr && s_calls == "a"));
-        CNTServiceControlManager manager;
-        manager.Attach(reinterpret_cast<SC_HANDLE>(&names[2]));
-        CHECK((manager.Lock() && manager.Unlock() && manager.Lock()));
-        CheckFailure("Failed in call to LockServiceDatabase in Lock", ERROR_SERVICE_DATABASE_LOCKED,
-                     [&] { return manager.Lock(); });
-        const CNTServiceControlManager copy = manager;
-        CHECK((manager.Detach() == copy && s_calls == "au"));
-    }
-    CHECK(s_calls == "aucub");
 }
 
 TEST_CASE("kivctl service and the example program do what their page says") {
