@@ -16,6 +16,11 @@
 // order with this header.
 
 #include <windows.h>  // CRITICAL_SECTION
+// clang-format off
+#include <oaidl.h>    // IDispatch; behind windows.h
+// clang-format on
+
+#include <stdarg.h>
 
 #include "tavkivut/export.h"
 
@@ -80,6 +85,9 @@ protected:
     // and when the thread cannot be attached.
     JNIEnv* GetEnv() noexcept;
 
+    // The same for a thread that is attached already; null for any other, without a line in the log.
+    JNIEnv* GetAttachedEnv() noexcept;
+
     // Finds, loads and starts the newest runtime. 1 when there is a machine afterwards, else 0.
     int LoadJVM() noexcept;
 
@@ -124,6 +132,181 @@ private:
     unsigned long m_attachedCount;
     unsigned long m_attachedCapacity;
     CRITICAL_SECTION m_lock;  // guards the attached threads
+};
+
+// A Java string, made from a text or taken over from Java.
+//
+// It holds a local reference to the string, so it belongs to the thread, and within a native method to the call, where
+// it was made. Without a machine, and where Java fails, it is empty: of length 0, "" as a text, null as a reference.
+class KIV_API CKivJavaString {
+public:
+    CKivJavaString() noexcept;
+    CKivJavaString(jstring string) noexcept;  // takes a reference of its own
+    CKivJavaString(const char* text) noexcept;
+    CKivJavaString(const unsigned short* text) noexcept;  // UTF-16
+    CKivJavaString(const CKivJavaString& other) noexcept;
+    virtual ~CKivJavaString();
+
+    // The source may be this string's own reference or text.
+    CKivJavaString& operator=(jstring string) noexcept;
+    CKivJavaString& operator=(const char* text) noexcept;
+    CKivJavaString& operator=(const unsigned short* text) noexcept;
+    CKivJavaString& operator=(const CKivJavaString& other) noexcept;
+
+    long length() const noexcept;  // in units of UTF-16, as Java counts
+
+    // The texts belong to the string and stay as they are until it changes or ends. They are terminated, and can hold
+    // zeros besides; what the code page lacks is '?'.
+    operator const char*() const noexcept;
+    operator const unsigned short*() const noexcept;
+
+    operator jstring() const noexcept;  // still owned by this string
+
+protected:
+    void ClearBuffers() noexcept;  // lets go of the texts
+    void Clear() noexcept;         // of the reference too
+
+private:
+    friend class CKivJavaObject;
+    void Take(jstring reference) noexcept;
+    void Assign(const wchar_t* text, unsigned long length) noexcept;
+    void ReadCharacters() const noexcept;
+
+    jstring m_string;
+    mutable char* m_ansi;             // null until it is asked for
+    mutable unsigned short* m_utf16;  // null until a text is asked for
+    mutable long m_length;            // of m_utf16
+};
+
+// A Java class, or an object of one, for native callers and, as far as names go, for automation clients.
+//
+//     CKivJavaObject counter("demo.Counter");     // the class
+//     counter.Create("int", 40);                  // an object of it
+//     int sum = counter.CallIntMethod("add", "int", 2);
+//
+// A parameter list names the types of the parameters exactly as the method declares them (CKivJavaVM tells how types
+// are written); there is no choice among overloads. The arguments follow in the same order: boolean, byte, char, short
+// and int as int, long as long long, float and double as double, objects and strings as references
+// (`static_cast<jobject>(object)`, `static_cast<jstring>(string)`), never as objects of these classes.
+//
+// An object holds local references, so it belongs to the thread, and within a native method to the call, where it was
+// made; references that are still held when a thread detaches are gone. A Java exception ends the operation that met it
+// with an empty result, and is cleared.
+//
+// Without a machine every operation has an empty result: null, 0, false.
+//
+// Automation: names can be resolved, methods cannot be run. The reference count starts at 1; Release deletes an object
+// at 0, so only one made with CreateInstance or new is ever released.
+class KIV_API CKivJavaObject : public IDispatch {
+public:
+    CKivJavaObject() noexcept;
+    CKivJavaObject(jobject object) noexcept;         // takes a reference of its own
+    CKivJavaObject(jclass cls) noexcept;             // the same
+    CKivJavaObject(const char* className) noexcept;  // "java.lang.String"; holds nothing when there is no such class
+    CKivJavaObject(const CKivJavaObject& other) noexcept;  // its object, else its class
+
+    CKivJavaObject& operator=(jobject object) noexcept;
+    CKivJavaObject& operator=(const CKivJavaObject& other) noexcept;
+
+    // Whether both stand for the same Java object; two without an object are equal.
+    bool operator==(const CKivJavaObject& other) const noexcept;
+    bool operator!=(const CKivJavaObject& other) const noexcept;
+
+    operator bool() const noexcept;     // there is an object; a class alone is none
+    operator jobject() const noexcept;  // still owned by this object; null where there is none
+
+    // Makes an object of the class with the constructor that has these parameters. Returns 1 when there is an object
+    // afterwards, also when there was one before (then nothing is done), else 0.
+    int Create(const char* parameterList, ...) noexcept;
+
+    // Calls a method of the object, or one that its class inherits. Static methods cannot be called.
+    CKivJavaObject CallObjectMethod(const char* resultClass, const char* name, const char* parameterList, ...) noexcept;
+
+    // For a method whose result is an array of objects; `resultClass` names the class of its elements. Returns how many
+    // there are; *out receives that many objects, which the caller releases with delete[], empty ones for null
+    // elements. 0 and null for an empty array and after a failure.
+    unsigned int CallObjectMethod(const char* resultClass, const char* name, CKivJavaObject** out,
+                                  const char* parameterList, ...) noexcept;
+
+    CKivJavaString CallStringMethod(const char* name, const char* parameterList, ...) noexcept;
+    void CallVoidMethod(const char* name, const char* parameterList, ...) noexcept;
+    int CallIntMethod(const char* name, const char* parameterList, ...) noexcept;
+    bool CallBooleanMethod(const char* name, const char* parameterList, ...) noexcept;
+    signed char CallByteMethod(const char* name, const char* parameterList, ...) noexcept;
+    unsigned short CallCharMethod(const char* name, const char* parameterList, ...) noexcept;
+    short CallShortMethod(const char* name, const char* parameterList, ...) noexcept;
+    long long CallLongMethod(const char* name, const char* parameterList, ...) noexcept;
+    float CallFloatMethod(const char* name, const char* parameterList, ...) noexcept;
+    double CallDoubleMethod(const char* name, const char* parameterList, ...) noexcept;
+
+    // Serves IUnknown and IDispatch.
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) noexcept override;
+    ULONG STDMETHODCALLTYPE AddRef() noexcept override;
+    ULONG STDMETHODCALLTYPE Release() noexcept override;
+
+    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) noexcept override;                          // 0
+    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT index, LCID locale, ITypeInfo** out) noexcept override;  // E_NOTIMPL
+
+    // A name's number is the place of the first method of that name in what Java's getMethods gives, in the same case;
+    // -1, and the result DISP_E_UNKNOWNNAME, when there is none, or no object.
+    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID iid, LPOLESTR* names, UINT count, LCID locale,
+                                            DISPID* ids) noexcept override;
+
+    // S_OK, and nothing is done: no method is called, nothing is written.
+    HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID iid, LCID locale, WORD flags, DISPPARAMS* parameters,
+                                     VARIANT* result, EXCEPINFO* exception, UINT* argument) noexcept override;
+
+    virtual ~CKivJavaObject();
+
+    // A new object on the heap, with one reference that the caller releases. S_OK, also when there is no such class or
+    // no machine; E_POINTER for a null out, E_OUTOFMEMORY.
+    static long CreateInstance(const char* className, IUnknown** out) noexcept;
+    static long CreateInstance(jobject object, IUnknown** out) noexcept;
+
+protected:
+    // Which of the JNI's calls a method needs, told by the type of its result.
+    enum MethodType : int {
+        METHOD_VOID = 0,
+        METHOD_OBJECT = 1,
+        METHOD_BOOLEAN = 2,
+        METHOD_BYTE = 3,
+        METHOD_CHAR = 4,
+        METHOD_SHORT = 5,
+        METHOD_INT = 6,
+        METHOD_LONG = 7,
+        METHOD_FLOAT = 8,
+        METHOD_DOUBLE = 9
+    };
+
+    union MethodResult {
+        jobject l;  // a local reference, which whoever made the call deletes
+        unsigned char z;
+        signed char b;
+        unsigned short c;
+        short s;
+        int i;
+        long long j;
+        float f;
+        double d;
+    };
+
+    // As Create, and the wrappers above; `resultType` (null is void) and `type` must belong together. All of the result
+    // is 0 when nothing was called.
+    int CreateV(const char* parameterList, va_list arguments) noexcept;
+    MethodResult CallMethod(MethodType type, const char* resultType, const char* name, const char* parameterList,
+                            va_list arguments) noexcept;
+
+    // Each takes a reference of its own and lets go of the one held before. Nothing happens for null.
+    void Attach(jobject object) noexcept;
+    void Attach(jclass cls) noexcept;
+    void Destroy() noexcept;
+
+private:
+    jobject m_object;
+    jclass m_class;
+    int m_hasObject;
+    int m_hasClass;
+    long m_references;
 };
 
 #endif

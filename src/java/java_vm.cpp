@@ -5,13 +5,12 @@
 #include <new>
 #include <string>
 
+#include "java/java_session.h"
 #include "java/jni_names.h"
-#include "java/jni_tables.h"
 #include "support/heap_text.h"
 #include "support/log.h"
 #include "support/once.h"
 #include "support/process_end.h"
-#include "support/text_convert.h"
 #include "tavkivut/frame.h"
 #include "tavkivut/java.h"
 
@@ -49,14 +48,6 @@ public:
 private:
     CCriticalSection_MethodHelper m_guard;
 };
-
-// A text of the code page as names of the JNI are encoded. Windows 95 cannot convert to UTF-8, so plain ASCII, which is
-// the same in both, is not converted.
-std::string JniText(const char* text) {
-    const std::string_view view = text == nullptr ? "" : text;
-    const bool isAscii = std::all_of(view.begin(), view.end(), [](char c) { return c >= 0; });
-    return isAscii ? std::string(view) : kiv::Utf8FromWide(kiv::WideFromAnsi(view));
-}
 
 }  // namespace
 
@@ -188,6 +179,14 @@ JNIEnv* CKivJavaVM::GetEnv() noexcept {
     }
 }
 
+JNIEnv* CKivJavaVM::GetAttachedEnv() noexcept {
+    void* environment = nullptr;
+    if (!IsAvailable() || kiv::IsProcessEnding() ||
+        m_vm->functions->getEnv(m_vm, &environment, kiv::kJniVersion12) != kiv::kJniOk)
+        return nullptr;
+    return static_cast<JNIEnv*>(environment);
+}
+
 JNIEnv* CKivJavaVM::AttachThread() noexcept {
     kiv::JniAttachArguments arguments = {kiv::kJniVersion12, nullptr, nullptr};
     void* environment = nullptr;
@@ -242,7 +241,7 @@ bool CKivJavaVM::RemoveThread(unsigned long id) noexcept {
 }
 
 char* CKivJavaVM::AllocJNIName(const char* name) noexcept {
-    return name == nullptr ? nullptr : kiv::DuplicateText(kiv::JniClassName(JniText(name)).c_str());
+    return name == nullptr ? nullptr : kiv::DuplicateText(kiv::JniClassName(kiv::JniText(name)).c_str());
 }
 
 void CKivJavaVM::FreeJNIName(char* name) noexcept {
@@ -250,10 +249,10 @@ void CKivJavaVM::FreeJNIName(char* name) noexcept {
 }
 
 char* CKivJavaVM::AllocJNISignature(const char* result, const char* parameters) noexcept {
-    return kiv::DuplicateText(kiv::JniSignature(JniText(result), JniText(parameters)).c_str());
+    return kiv::DuplicateText(kiv::JniSignature(kiv::JniText(result), kiv::JniText(parameters)).c_str());
 }
 
 char* CKivJavaVM::AllocJNISignature(const char* type) noexcept {
-    const std::string code = kiv::JniTypeCode(JniText(type));
+    const std::string code = kiv::JniTypeCode(kiv::JniText(type));
     return kiv::DuplicateText(code.empty() ? "V" : code.c_str());
 }
