@@ -10,6 +10,7 @@
 
 #include "java/java_registrations.h"
 #include "kivctl/command.h"
+#include "kivctl/java_call.h"
 #include "tavkivut/java.h"
 
 namespace kivctl {
@@ -89,14 +90,54 @@ void AddAction(CLI::App& java, const char* name, const char* help, void (*run)(c
     command->callback([options, run] { run(*options); });
 }
 
+void ShowMethods(const std::string& className, bool json) {
+    Json answer = Json::array();
+    for (const std::string& method : JavaMethods(className)) {
+        answer.push_back(Utf8(method));
+        if (!json)
+            std::cout << method << "\n";
+    }
+    if (json)
+        std::cout << answer.dump(2) << "\n";
+}
+
+void AddMethods(CLI::App& java) {
+    const auto className = std::make_shared<std::string>();
+    const auto json = std::make_shared<bool>(false);
+    CLI::App* command = java.add_subcommand("methods", "Shows the methods of a class, inherited ones too.");
+    command->add_option("class", *className, "such as java.lang.String")->required();
+    command->add_flag("--json", *json, "answer as JSON");
+    command->callback([className, json] { ShowMethods(*className, *json); });
+}
+
+void AddCall(CLI::App& java) {
+    const auto call = std::make_shared<JavaCall>();
+    CLI::App* command = java.add_subcommand(
+        "call", "Makes an object of a class, calls one of its methods and shows the result. Exact types choose the "
+                "constructor and the method: int,java.lang.String and the like.");
+    command->add_option("class", call->className, "such as java.lang.String")->required();
+    command->add_option("method", call->method, "its name")->required();
+    command->add_option("argument", call->arguments, "of the method; texts, numbers, true and false");
+    command->add_option("--parameters", call->parameters, "the method's parameter types, separated by commas");
+    command->add_option("--result", call->result, "the method's result type")->capture_default_str();
+    command->add_option("--new-parameters", call->constructorParameters, "the constructor's parameter types");
+    command->add_option("--new-argument", call->constructorArguments, "an argument of the constructor")
+        ->expected(1)
+        ->take_all();
+    command->callback([call] { std::cout << CallJava(*call) << "\n"; });
+}
+
 }  // namespace
 
 void AddJavaCommand(CLI::App& app) {
-    CLI::App* java = app.add_subcommand("java", "Shows the registered Java runtimes, and starts the one that counts.");
+    CLI::App* java = app.add_subcommand(
+        "java", "Shows the registered Java runtimes, starts the one that counts, and calls Java methods.");
     java->require_subcommand(1);
     AddAction(*java, "list", "Shows every registered runtime and why it would be used or not; exit code 1 if none is.",
               List);
     AddAction(*java, "load", "Loads that runtime and creates a machine in this process.", Load);
+    AddMethods(*java);
+    AddCall(*java);
 }
 
 }  // namespace kivctl

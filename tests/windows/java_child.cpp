@@ -89,6 +89,19 @@ DWORD WINAPI UseEnvironment(LPVOID env) {
     return 0;
 }
 
+// Objects where no runtime is registered: nothing is there, and nothing fails.
+int Objects() {
+    CKivJavaObject object("java.lang.String");
+    CKivJavaObject* array = &object;
+    const CKivJavaString string("text");
+    const bool isEmpty =
+        object.Create("") == 0 && !object && object.CallIntMethod("length", "") == 0 &&
+        object.CallStringMethod("toString", "").length() == 0 && !object.CallObjectMethod("a.B", "c", "") &&
+        object.CallObjectMethod("a.B", "c", &array, "") == 0 && array == nullptr && object == CKivJavaObject(object) &&
+        static_cast<jstring>(string) == nullptr && *static_cast<const char*>(string) == '\0';
+    return CKivJavaVM::GetInstance().IsAvailable() == 0 && isEmpty ? 0 : 1;
+}
+
 // What nobody may do.
 int BreakRule(const char* rule) {
     JNIEnv* const env = Environment();
@@ -115,5 +128,7 @@ int main(int argc, char** argv) {
         return Threads();
     if (std::strcmp(argv[1], "exit") == 0)
         return Exit();
+    if (std::strcmp(argv[1], "objects") == 0)
+        return Objects();
     return std::strcmp(argv[1], "unload") == 0 ? Unload() : BreakRule(argv[1]);
 }

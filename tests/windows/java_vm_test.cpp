@@ -364,6 +364,16 @@ TEST_CASE("32 threads make the first call at once, attach, work and detach") {
     CHECK(own.exitCode == 0);
 }
 
+TEST_CASE("without a runtime objects are empty, and only the failed start is logged") {
+    const HostProcess process;
+    DeleteKeyTree(process.runtimes.Key().Get(), "1.4");
+    const ProgramResult result = process.Run("objects");
+    CHECK(result.output == "");
+    CHECK(result.exitCode == 0);
+    CHECK(process.LoggedLines() == Lines{"1W JVM : the list of registered virtual machines is empty",
+                                         "1E JVM : failed to load virtual machine"});
+}
+
 TEST_CASE("the stand-in runtime ends a process that breaks a rule") {
     const struct {
         const char* mode;
