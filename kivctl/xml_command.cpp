@@ -55,19 +55,19 @@ XmlNodes ReadDocument(const Options& options) {
 // writable for it. Access denied on a share is left to the library, which may know a local path.
 void RequireWritable(const std::string& path) {
     const DWORD attributes = ::GetFileAttributesA(path.c_str());
-    const bool exists = attributes != INVALID_FILE_ATTRIBUTES;
-    const bool readOnly = exists && (attributes & FILE_ATTRIBUTE_READONLY) != 0;
+    const bool readOnly = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0;
     if (readOnly)
         ::SetFileAttributesA(path.c_str(), attributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));
-    kiv::ScopedFile file(::CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
-                                       exists ? OPEN_EXISTING : CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
-    const DWORD error = file ? NO_ERROR : ::GetLastError();
+    kiv::ScopedFile file(::CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_ALWAYS,
+                                       FILE_ATTRIBUTE_NORMAL, nullptr));
+    const DWORD error = ::GetLastError();
+    const bool opened = static_cast<bool>(file);
     file.Reset();
     if (readOnly)
         ::SetFileAttributesA(path.c_str(), attributes);
-    if (error == NO_ERROR && !exists)
+    if (opened && error != ERROR_ALREADY_EXISTS)
         ::DeleteFileA(path.c_str());
-    if (error != NO_ERROR && !(error == ERROR_ACCESS_DENIED && path.compare(0, 2, "\\\\") == 0))
+    if (!opened && !(error == ERROR_ACCESS_DENIED && path.compare(0, 2, "\\\\") == 0))
         throw Failure("'" + path + "' cannot be written: " + ErrorText(error));
 }
 
