@@ -4,6 +4,7 @@
 #include <string>
 
 #include "java/java_session.h"
+#include "java/jni_names.h"
 #include "tavkivut/java.h"
 
 using kiv::JavaSession;
@@ -37,7 +38,10 @@ unsigned int CKivJavaObject::CallObjectMethod(const char* resultClass, const cha
     JNIEnv* const env = JavaSession::Enter();
     if (env == nullptr)
         return 0;
-    const std::string arrayType = std::string(resultClass != nullptr ? resultClass : "") + "[]";
+    const std::string code = kiv::JniTypeCode(kiv::JniText(resultClass));
+    if (code.empty() || (code[0] != 'L' && code[0] != '['))
+        return 0;
+    const std::string arrayType = std::string(resultClass) + "[]";
     va_list arguments;
     va_start(arguments, parameterList);
     const LocalReference array(env, CallMethod(METHOD_OBJECT, arrayType.c_str(), name, parameterList, arguments).l);

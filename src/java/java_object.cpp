@@ -2,6 +2,7 @@
 
 #include <new>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "java/java_session.h"
@@ -22,6 +23,16 @@ const char* Shown(const char* text) noexcept {
 
 jobject AsObject(jclass cls) noexcept {
     return reinterpret_cast<jobject>(cls);
+}
+
+// Whether a call of that kind gives results of that type: what it gave for another one would be no reference or number.
+template <class Kind>
+bool Fits(Kind kind, const char* resultType) {
+    constexpr std::string_view kCodes = "VLZBCSIJFD";  // in the order of the kinds
+    const std::string code = kiv::JniTypeCode(JniText(resultType));
+    const char first = code.empty() ? 'V' : code[0];
+    const auto place = static_cast<std::size_t>(kind);
+    return place < kCodes.size() && kCodes[place] == (first == '[' ? 'L' : first);
 }
 
 // Null when the class has no such method.
@@ -155,7 +166,7 @@ CKivJavaObject::MethodResult CKivJavaObject::CallMethod(MethodType type, const c
     const JniEnvironmentTable& jni = *env->functions;
     const LocalReference cls(env, jni.getObjectClass(env, m_object));
     const std::string signature = kiv::JniSignature(JniText(resultType), JniText(parameterList));
-    const jmethodID method = FindMethod(env, cls.Class(), Shown(name), signature);
+    const jmethodID method = Fits(type, resultType) ? FindMethod(env, cls.Class(), Shown(name), signature) : nullptr;
     if (method == nullptr) {
         KIV_LOG(kiv::kLogDetail, kiv::kLogInfo,
                 "JVM : failed to call method, no member function '%s' takes the parameter list '%s'", Shown(name),

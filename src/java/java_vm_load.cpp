@@ -103,6 +103,7 @@ void RemoveTrailingBackslash(std::string& path) {
 int CKivJavaVM::LoadJVM() noexcept {
     if (IsAvailable())
         return 1;
+    const QuietErrorMode quiet;
     Unload();  // what an earlier attempt left
     const std::string version = ChooseVersion();
     kiv::CopyText(m_version, sizeof m_version, version.c_str());
@@ -116,7 +117,6 @@ int CKivJavaVM::LoadJVM() noexcept {
 
 // Modules that the library needs are looked for beside it, where a runtime has its own.
 bool CKivJavaVM::LoadRuntime(const char* library) noexcept {
-    const QuietErrorMode quiet;
     m_runtimeModule = ::LoadLibraryExA(library, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
     if (m_runtimeModule == nullptr) {
         const DWORD error = ::GetLastError();
@@ -153,7 +153,7 @@ bool CKivJavaVM::CreateMachine(const char* library) noexcept {
     JavaVM* vm = nullptr;
     void* environment = nullptr;
     const jint result = m_createJavaVM(&vm, &environment, &record);
-    if (result < kiv::kJniOk) {
+    if (result < kiv::kJniOk || vm == nullptr) {
         KIV_LOG(kLogMain, kLogError, "JVM : failed to create instance of the virtual machine, Error code 0x%x (%i)",
                 static_cast<unsigned>(result), static_cast<int>(result));
         return false;

@@ -93,6 +93,10 @@ TEST_CASE_FIXTURE(Fixture, "what Java refuses gives nothing, with its line, and 
     CHECK_FALSE(counter);
     CHECK(counter.Create("int", 40) == 1);
     CHECK(counter.CallIntMethod("add", "long", 2LL) == 0);
+    CHECK_FALSE(counter.CallObjectMethod("int", "get", ""));  // an int is no reference
+    CHECK_FALSE(counter.CallObjectMethod("", "reset", ""));
+    CKivJavaObject* array = nullptr;
+    CHECK(counter.CallObjectMethod("int", "get", &array, "") == 0);
     counter.CallVoidMethod("fail", "");  // throws
     CHECK(counter.CallIntMethod("add", "int", 2) == 42);
     CHECK(log.Lines() == Lines{"1E JVM : the class 'no.Such' could not be found",
@@ -100,7 +104,10 @@ TEST_CASE_FIXTURE(Fixture, "what Java refuses gives nothing, with its line, and 
                                "'int,java.lang.String'",
                                "1E JVM : failed to create instance (parameter list 'java.lang.String')",
                                "3  JVM : failed to call method, no member function 'add' takes the parameter list "
-                               "'long'"});
+                               "'long'",
+                               "3  JVM : failed to call method, no member function 'get' takes the parameter list ''",
+                               "3  JVM : failed to call method, no member function 'reset' takes the parameter list "
+                               "''"});
     CHECK_FALSE(unknown);
 }
 
