@@ -96,7 +96,7 @@ public:
     // Cuts a text at each separator, in place, and gives the list of its pieces, with a null entry behind them; null
     // when memory is exhausted. Without keepEmpty separators in a row count as one; the first and the last piece may
     // be empty all the same. A null text has no pieces. `count` may be null. The list's room is a multiple of growBy
-    // (at least 1, at most 4096), and what holds no piece is null. The pieces lie in the text; release the list with
+    // (at least 1, at most 65536), and what holds no piece is null. The pieces lie in the text; release the list with
     // split_free.
     static wchar_t** split(wchar_t* text, wchar_t separator, long* count, bool keepEmpty, int growBy) noexcept;
     static void split_free(wchar_t** list) noexcept;

@@ -92,6 +92,8 @@ private:
     bool PushName(const char* name) noexcept;
     void StartLayout() noexcept;
     void WriteBlock() noexcept;
+    template <class AppendText>
+    void Append(const AppendText& append) noexcept;
 
     void* m_file;  // 0: no document
     KivXmlEncoding m_encoding;

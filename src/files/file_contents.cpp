@@ -15,28 +15,21 @@ constexpr DWORD kMostPerCall = 16 * 1024 * 1024;
 
 constexpr DWORD kZerosBehind = 64;
 
-DWORD WriteAll(HANDLE file, std::string_view contents) noexcept {
-    while (!contents.empty()) {
-        const DWORD wanted = static_cast<DWORD>(std::min<std::size_t>(contents.size(), kMostPerCall));
-        DWORD written = 0;
-        if (!DynamicApi<ContentsApi>::Get().write(file, contents.data(), wanted, &written, nullptr))
-            return ::GetLastError();
-        if (written != wanted)
-            return ERROR_DISK_FULL;
-        contents.remove_prefix(written);
-    }
-    return ::FlushFileBuffers(file) ? NO_ERROR : ::GetLastError();
-}
-
-bool ReadOldContents(const char* path, HeapBuffer<char>& contents) noexcept {
+Reading ReadOldContents(const char* path, HeapBuffer<char>& contents) noexcept {
     const ScopedFile file(::CreateFileA(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
                                         FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
-    return file && ReadContents(file.Get(), contents) == Reading::kDone;
+    return file ? ReadContents(file.Get(), contents) : Reading::kFailed;
+}
+
+DWORD WriteAndFlush(HANDLE file, std::string_view contents) noexcept {
+    if (const DWORD error = WriteContents(file, contents))
+        return error;
+    return ::FlushFileBuffers(file) ? NO_ERROR : ::GetLastError();
 }
 
 void PutBack(HANDLE file, std::string_view contents) noexcept {
     if (::SetFilePointer(file, 0, nullptr, FILE_BEGIN) == 0 && ::SetEndOfFile(file))
-        WriteAll(file, contents);
+        WriteAndFlush(file, contents);
 }
 
 }  // namespace
@@ -62,15 +55,30 @@ Reading ReadContents(HANDLE file, HeapBuffer<char>& contents) noexcept {
     return Reading::kDone;
 }
 
+DWORD WriteContents(HANDLE file, std::string_view contents) noexcept {
+    while (!contents.empty()) {
+        const DWORD wanted = static_cast<DWORD>(std::min<std::size_t>(contents.size(), kMostPerCall));
+        DWORD written = 0;
+        if (!DynamicApi<ContentsApi>::Get().write(file, contents.data(), wanted, &written, nullptr))
+            return ::GetLastError();
+        if (written != wanted)
+            return ERROR_DISK_FULL;
+        contents.remove_prefix(written);
+    }
+    return NO_ERROR;
+}
+
 DWORD ReplaceContents(const char* path, std::string_view contents) noexcept {
     HeapBuffer<char> old;
-    const bool canPutBack = ReadOldContents(path, old);
+    const Reading kept = ReadOldContents(path, old);
+    if (kept == Reading::kNoRoom)
+        return ERROR_NOT_ENOUGH_MEMORY;  // nothing could be put back
     const ScopedFile file(
         ::CreateFileA(path, GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS, KeptAttributes(path), nullptr));
     if (!file)
         return ::GetLastError();
-    const DWORD error = WriteAll(file.Get(), contents);
-    if (error != NO_ERROR && canPutBack)
+    const DWORD error = WriteAndFlush(file.Get(), contents);
+    if (error != NO_ERROR && kept == Reading::kDone)
         PutBack(file.Get(), old.Text());
     return error;
 }

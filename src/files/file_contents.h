@@ -26,8 +26,11 @@ enum class Reading {
 // Reads an open file to its end. At least two zeros follow what was read.
 Reading ReadContents(HANDLE file, HeapBuffer<char>& contents) noexcept;
 
+// Writes all of it, in pieces that every system takes. Returns the system's error.
+DWORD WriteContents(HANDLE file, std::string_view contents) noexcept;
+
 // Creates a file anew with these contents and waits until they are on the disk. When they cannot be written the old
-// contents are put back. Returns the system's error.
+// contents are put back; a file whose contents memory cannot hold is not touched. Returns the system's error.
 DWORD ReplaceContents(const char* path, std::string_view contents) noexcept;
 
 }  // namespace kiv

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "files/file_contents.h"
 #include "files/xml_file.h"
 #include "files/xml_layout.h"
 #include "support/code_page.h"
@@ -45,7 +46,7 @@ kiv::XmlItemKind KindOf(bool instruction, bool comment, bool endTag, bool data, 
 CKivXmlFactory::CKivXmlFactory() noexcept
     : m_file(nullptr), m_encoding(XML_ENCODING_DEFAULT), m_depth(0), m_names(nullptr), m_nameCount(0),
       m_nameCapacity(0), m_openTag(kiv::kNoOpenTag), m_inline(false), m_readOnlyCleared(false), m_path(),
-      m_writeError(NO_ERROR), m_block(new kiv::XmlBlock) {}
+      m_writeError(NO_ERROR), m_block(new (std::nothrow) kiv::XmlBlock) {}
 
 CKivXmlFactory::CKivXmlFactory(const CKivXmlFactory& other) noexcept : CKivXmlFactory() {
     CopyFields(other);
@@ -91,7 +92,7 @@ bool CKivXmlFactory::PushName(const char* name) noexcept {
 }
 
 int CKivXmlFactory::beginDocument(const char* path, KivXmlEncoding encoding) noexcept {
-    if (m_file != nullptr || path == nullptr || std::strlen(path) >= sizeof m_path)
+    if (m_block == nullptr || m_file != nullptr || path == nullptr || std::strlen(path) >= sizeof m_path)
         return 0;
     kiv::CopyText(m_path, sizeof m_path, path);
     m_readOnlyCleared = false;
@@ -112,7 +113,7 @@ void CKivXmlFactory::StartLayout() noexcept {
     m_nameCount = 0;
     m_writeError = NO_ERROR;
     kiv::XmlPosition position;
-    kiv::AppendXmlPrologue(m_block->bytes, position, kiv::IsAnsiLeadByte);
+    Append([&](std::string& bytes) { kiv::AppendXmlPrologue(bytes, position, kiv::IsAnsiLeadByte); });
     m_openTag = position.openTag;
     m_inline = position.inlineText;
 }
@@ -140,8 +141,12 @@ void CKivXmlFactory::beginElement(const char* name, ...) noexcept {
     std::vector<const char*> attributes;
     va_list arguments;
     va_start(arguments, name);
-    while (const char* const text = va_arg(arguments, const char*))
-        attributes.push_back(text);
+    try {
+        while (const char* const text = va_arg(arguments, const char*))
+            attributes.push_back(text);
+    } catch (const std::bad_alloc&) {
+        m_writeError = ERROR_NOT_ENOUGH_MEMORY;
+    }
     va_end(arguments);
     beginElementArgv(name, static_cast<unsigned>(attributes.size() / 2), attributes.data());
 }
@@ -176,7 +181,7 @@ int CKivXmlFactory::Serialize(const char* text, unsigned int attributeCount, con
     const kiv::XmlItem item{KindOf(instruction != 0, comment != 0, endTag != 0, data != 0, cdata != 0), text,
                             attributes, CountPairs(attributes, attributeCount)};
     kiv::XmlPosition position{m_depth, m_openTag, m_inline};
-    kiv::AppendXmlItem(m_block->bytes, position, item, kiv::IsAnsiLeadByte);
+    Append([&](std::string& bytes) { kiv::AppendXmlItem(bytes, position, item, kiv::IsAnsiLeadByte); });
     m_openTag = position.openTag;
     m_inline = position.inlineText;
     if (m_block->bytes.size() >= kiv::kXmlBlockSize)
@@ -184,17 +189,26 @@ int CKivXmlFactory::Serialize(const char* text, unsigned int attributeCount, con
     return m_writeError == NO_ERROR ? 1 : 0;
 }
 
+// Lets `append` add to what waits to be written: all of it, or without memory nothing, and nothing more from then on.
+template <class AppendText>
+void CKivXmlFactory::Append(const AppendText& append) noexcept {
+    const std::size_t before = m_block->bytes.size();
+    try {
+        append(m_block->bytes);
+    } catch (const std::bad_alloc&) {
+        m_block->bytes.resize(before);
+        WriteBlock();
+        if (m_writeError == NO_ERROR)
+            m_writeError = ERROR_NOT_ENOUGH_MEMORY;
+    }
+}
+
 // The first failure is told; what follows it would only leave a gap.
 void CKivXmlFactory::WriteBlock() noexcept {
     if (m_writeError == NO_ERROR) {
-        const auto size = static_cast<DWORD>(m_block->bytes.size());
-        DWORD written = 0;
-        const BOOL done = ::WriteFile(m_file, m_block->bytes.data(), size, &written, nullptr);
-        const DWORD error = done ? ERROR_DISK_FULL : ::GetLastError();
-        if (!done || written != size) {
-            m_writeError = error;
-            KIV_LOG_WIN32(error, kiv::kLogError, "XML Factory : failed to write '%s'", m_path);
-        }
+        m_writeError = kiv::WriteContents(m_file, m_block->bytes);
+        if (m_writeError != NO_ERROR)
+            KIV_LOG_WIN32(m_writeError, kiv::kLogError, "XML Factory : failed to write '%s'", m_path);
     }
     m_block->bytes.clear();
 }
