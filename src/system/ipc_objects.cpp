@@ -73,6 +73,8 @@ int CKivLocalIpc::CommonConstruct() noexcept {
     static_assert(sizeof(SecurityAttributes) == sizeof(SECURITY_ATTRIBUTES) &&
                   offsetof(SecurityAttributes, inherit) == offsetof(SECURITY_ATTRIBUTES, bInheritHandle));
     auto* const attributes = reinterpret_cast<SECURITY_ATTRIBUTES*>(EveryonesAccess());
+    if (attributes == nullptr && IsNT() != 0)
+        return 0;  // objects that others cannot open would keep them out for as long as they live
     if (m_lock == nullptr)
         m_lock = ::CreateMutexA(attributes, FALSE, kiv::kIpcLockName);
     if (m_mapping == nullptr)
