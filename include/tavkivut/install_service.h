@@ -110,9 +110,11 @@ public:
 private:
     friend struct CKivInstallServiceLayout;
     bool Set(char*& field, const char* text, unsigned long limit) noexcept;
+    bool IsComplete() const noexcept;
     void Disconnect() noexcept;
     unsigned long Connect() noexcept;
     unsigned long OpenTarget(CNTScmService& service) noexcept;
+    unsigned long FindTarget() noexcept;
     unsigned long OpenDirectory() noexcept;
     long Create(const char* binaryPath, const char* account, const char* password, unsigned long startType) noexcept;
     long Reconfigure(CNTScmService& service, const char* binaryPath, const char* account, const char* password,

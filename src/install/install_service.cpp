@@ -26,6 +26,7 @@ CKivInstallService::CKivInstallService(const char* computer, const char* name, c
                                        const char* description) noexcept
     : m_computer(nullptr), m_name(nullptr), m_exeName(nullptr), m_display(nullptr), m_description(nullptr),
       m_initialized(false) {
+    m_share.SetDirToShare(DIR_WORKSTATION_BASE);
     SetTargetComputer(computer != nullptr ? computer : CKivSystem::GetComputerNameA());
     SetServiceName(name);
     SetServiceExeName(exeName);
@@ -36,8 +37,7 @@ CKivInstallService::CKivInstallService(const char* computer, const char* name, c
 CKivInstallService::CKivInstallService(const CKivInstallService& other) noexcept
     : m_computer(kiv::DuplicateText(other.m_computer)), m_name(kiv::DuplicateText(other.m_name)),
       m_exeName(kiv::DuplicateText(other.m_exeName)), m_display(kiv::DuplicateText(other.m_display)),
-      m_description(kiv::DuplicateText(other.m_description)), m_initialized(other.m_initialized),
-      m_share(other.m_computer) {
+      m_description(kiv::DuplicateText(other.m_description)), m_initialized(IsComplete()), m_share(other.m_computer) {
     m_share.SetDirToShare(DIR_WORKSTATION_BASE);
 }
 
@@ -50,7 +50,7 @@ CKivInstallService& CKivInstallService::operator=(const CKivInstallService& othe
     kiv::ReplaceText(m_exeName, other.m_exeName);
     kiv::ReplaceText(m_display, other.m_display);
     kiv::ReplaceText(m_description, other.m_description);
-    m_initialized = other.m_initialized;
+    m_initialized = IsComplete();
     m_share.SetComputer(m_computer);
     return *this;
 }
@@ -64,13 +64,17 @@ CKivInstallService::~CKivInstallService() {
     kiv::FreeText(m_description);
 }
 
+bool CKivInstallService::IsComplete() const noexcept {
+    return m_computer != nullptr && m_name != nullptr && m_exeName != nullptr && m_display != nullptr &&
+           m_description != nullptr;
+}
+
 bool CKivInstallService::Set(char*& field, const char* text, unsigned long limit) noexcept {
     const std::size_t length = text != nullptr ? std::strlen(text) : 0;
     if (length == 0 || length > limit)
         return false;
     kiv::ReplaceText(field, text);
-    m_initialized = m_computer != nullptr && m_name != nullptr && m_exeName != nullptr && m_display != nullptr &&
-                    m_description != nullptr;
+    m_initialized = IsComplete();
     return field != nullptr;
 }
 
@@ -94,7 +98,7 @@ bool CKivInstallService::SetTargetComputer(const char* computer) noexcept {
     if (!Set(m_computer, computer, kLongestText))
         return false;
     Disconnect();
-    return m_share.SetComputer(m_computer) && m_share.SetDirToShare(DIR_WORKSTATION_BASE);
+    return m_share.SetComputer(m_computer);
 }
 
 bool CKivInstallService::ServiceDataInitialized() const noexcept {
@@ -127,6 +131,16 @@ unsigned long CKivInstallService::OpenTarget(CNTScmService& service) noexcept {
     else if (error != ERROR_SERVICE_DOES_NOT_EXIST)
         m_manager.Close();
     return error;
+}
+
+// As OpenTarget, only to see whether the service is there. A connection that has gone since the last operation is made
+// anew at once.
+unsigned long CKivInstallService::FindTarget() noexcept {
+    const bool wasConnected = SC_HANDLE(m_manager) != nullptr;
+    CNTScmService service;
+    const DWORD error = OpenTarget(service);
+    const bool isAnswer = error == ERROR_SUCCESS || error == ERROR_SERVICE_DOES_NOT_EXIST;
+    return isAnswer || !wasConnected ? error : OpenTarget(service);
 }
 
 // Opens the share of the directory that holds the workstation directory; it stays open.

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <string>
 
+#include "install/service_setup.h"
 #include "support/log.h"
 #include "tavkivut/crypt.h"
 #include "tavkivut/install_service.h"
@@ -57,7 +58,7 @@ bool KIV_CALL SaveServiceUserCredentials(const char* computer, const char* user,
     if (CKivEncryptData::Encrypt(user, kKivEncryptedBlock, sealedUser, sizeof sealedUser) == 0 ||
         CKivEncryptData::Encrypt(password, kKivEncryptedBlock, sealedPassword, sizeof sealedPassword) == 0)
         return Fail(::GetLastError(), kCredentialsFailed);
-    CKivRegKey key(computer);
+    CKivRegKey key(kiv::MachineArgument{computer});
     if (!key.create(kSetupKey, "tavkivds\\UData"))
         return Fail(key.getLastError(), kCredentialsFailed);
     if (!Write(key, "down", sealedUser, kCredentialsFailed) || !Write(key, "dopw", sealedPassword, kCredentialsFailed))
@@ -72,7 +73,7 @@ bool KIV_CALL Save_DS_SupportedServerList(const char* computer, const char* list
         ::SetLastError(ERROR_INVALID_PARAMETER);
         return false;
     }
-    CKivRegKey key(computer);
+    CKivRegKey key(kiv::MachineArgument{computer});
     if (!key.create(kSetupKey, "tavkivds\\ServerList"))
         return Fail(key.getLastError(), kServerListFailed);
     if (!Write(key, "ServerList", list, kServerListFailed))

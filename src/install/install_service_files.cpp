@@ -1,5 +1,6 @@
 #include "support/windows_api.h"
 
+#include <new>
 #include <string>
 #include <vector>
 
@@ -29,11 +30,18 @@ struct FileList {
 FileList ReadFileList() {
     char server[kKivServerPathSize] = "";
     CKivInstServer::GetPath(server, 0);
+    if (server[0] == '\0')
+        return {};
     const std::string config = kiv::ServerConfigFile(server);
     FileList list{config.substr(0, kiv::LastSeparator(config, kiv::IsAnsiLeadByte) + 1), {}};
     unsigned long size = 0;
-    if (!kiv::Failed(CKivFile::GetSize(config.c_str(), size)) && size != 0xFFFFFFFF)
+    if (kiv::Failed(CKivFile::GetSize(config.c_str(), size)) || size == 0xFFFFFFFF)
+        return list;
+    try {
         list.names = kiv::ListedFiles(kiv::IniFileLists(config.c_str(), size).Entries("Files"));
+    } catch (const std::bad_alloc&) {
+        list.names.clear();  // a file beyond all measure lists nothing
+    }
     return list;
 }
 
@@ -108,7 +116,8 @@ long CKivInstallService::MakeUptodate() noexcept {
                 "CKivInstallService::MakeUptodate: No Files to install found in cfg file");
         return kiv::kStatusFail;
     }
-    if (Connect() != ERROR_SUCCESS) {
+    const DWORD found = FindTarget();
+    if (found != ERROR_SUCCESS && found != ERROR_SERVICE_DOES_NOT_EXIST) {
         KIV_LOG(kiv::kLogMain, kiv::kLogError, "Could not open remote SCM; Service installation must be aborted");
         return kiv::kStatusFail;
     }
@@ -118,11 +127,10 @@ long CKivInstallService::MakeUptodate() noexcept {
     const std::string directory = std::string(m_share.GetUNCName()) + "\\" + kiv::kWorkstationDirectory + "\\";
     KIV_LOG(kiv::kLogMain, kiv::kLogInfo, "Going to install files from %s to %s", list.directory.c_str(),
             directory.c_str());
-    const bool isInstalled = IsInstalled() == kiv::kStatusOk;
     int number = 0;
     for (const std::string& name : list.names) {
         KIV_LOG(kiv::kLogMain, kiv::kLogInfo, "%d. File to copy %s", ++number, name.c_str());
-        InstallFile(list, name, directory, isInstalled);
+        InstallFile(list, name, directory, found == ERROR_SUCCESS);
     }
 
     const std::string path = std::string(m_share.GetLocalPath()) + "\\" + kiv::kWorkstationDirectory;

@@ -1,7 +1,9 @@
 // One service: its making and removal, configuration, security and dependents.
 
 #include "install/service_call.h"
+
 #include "tavkivut/service_control.h"
+#include <algorithm>
 
 namespace {
 
@@ -57,7 +59,9 @@ bool CNTScmService::SetObjectSecurity(unsigned long info, void* descriptor) cons
 
 bool CNTScmService::QueryObjectSecurity(unsigned long info, void*& descriptor) const noexcept {
     const DWORD error = kiv::QueryRecord(descriptor, [this, info](void* data, DWORD size, DWORD& needed) {
-        return ServiceError(Services().queryObjectSecurity, m_service, info, data, size, &needed);
+        SECURITY_DESCRIPTOR none;  // some systems refuse a null pointer even for a size of 0
+        return ServiceError(Services().queryObjectSecurity, m_service, info, data != nullptr ? data : &none, size,
+                            &needed);
     });
     return FinishServiceCall(error, "Failed in call to QueryServiceObjectSecurity in QueryObjectSecurity");
 }
@@ -76,6 +80,7 @@ bool CNTScmService::EnumDependents(unsigned long state, unsigned long data,
     if (error != ERROR_SUCCESS)
         return FinishServiceCall(error, kFailure);
     auto* const services = static_cast<ENUM_SERVICE_STATUSA*>(buffer.Data());
+    count = std::min<DWORD>(count, buffer.Size() / sizeof *services);
     for (DWORD i = 0; i < count && callback(data, services[i]); ++i) {
     }
     return true;

@@ -35,6 +35,7 @@ DWORD EnumerateServices(unsigned long data, bool (*callback)(unsigned long, Reco
         if (error != ERROR_SUCCESS && !kiv::IsTooSmall(error))
             return error;
         auto* const records = static_cast<Record*>(buffer.Data());
+        count = std::min<DWORD>(count, buffer.Size() / sizeof(Record));
         for (DWORD i = 0; i < count; ++i)
             if (!callback(data, records[i]))
                 return ERROR_SUCCESS;

@@ -58,7 +58,10 @@ void WriteServiceDescription(const char* machine, const char* name, const char* 
         KIV_LOG_WIN32_TEXT(key.getLastError(), "Failed to create description reg key ", kLogMain);
         return;
     }
-    key["Description"] = description;
+    CKivRegValue value = key["Description"];
+    value = description;
+    if (value.getLastError() != ERROR_SUCCESS)
+        KIV_LOG_WIN32_TEXT(value.getLastError(), "Failed to create description reg key ", kLogMain);
 }
 
 bool OpenServiceToEveryone(SC_HANDLE service) noexcept {

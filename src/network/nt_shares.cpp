@@ -28,9 +28,12 @@ DWORD List(const std::string& server, std::vector<Share>& shares) {
         NetBuffer buffer;
         DWORD count = 0;
         DWORD total = 0;
+        const DWORD piece = resume;
         status = net.shareEnum(NetText(server), 2, buffer.Receive(), MAX_PREFERRED_LENGTH, &count, &total, &resume);
         if (status != NERR_Success && (status != ERROR_MORE_DATA || count == 0))
             return status;
+        if (status == ERROR_MORE_DATA && resume == piece)
+            return status;  // the same piece again, for ever
         const auto* const records = buffer.As<SHARE_INFO_2>();
         for (DWORD i = 0; i < count; ++i) {
             if (IsDirectory(records[i]))

@@ -158,6 +158,8 @@ unsigned long CKivRemoteShare::Open() noexcept {
     const std::string uncName = "\\\\" + host + "\\" + share.name;
     if (Keep(m_share, share.name.c_str()) && Keep(m_uncName, uncName.c_str()) && Keep(m_localPath, directory.c_str()))
         return NO_ERROR;
+    if (isOwn && m_share == nullptr)
+        kiv::Shares().remove(server, share.name);
     CloseShare();
     return ERROR_NOT_ENOUGH_MEMORY;
 }
