@@ -23,10 +23,15 @@ unsigned long AnswerTo(DWORD error) {
 }
 
 unsigned long ReadWhole(const std::string& path, std::string& text) {
+    // The path is a client's: whoever serves it must not act as this service, and a pipe could keep it waiting.
     const HANDLE file = ::CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                                      FILE_ATTRIBUTE_NORMAL, nullptr);
+                                      SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION, nullptr);
     if (file == INVALID_HANDLE_VALUE)
         return AnswerTo(::GetLastError());
+    if (::GetFileType(file) != FILE_TYPE_DISK) {
+        ::CloseHandle(file);
+        return ERROR_INVALID_DATA;
+    }
     text.resize(kLargestDescriptor + 1);
     DWORD read = 0;
     const BOOL done = ::ReadFile(file, text.data(), static_cast<DWORD>(text.size()), &read, nullptr);

@@ -64,7 +64,9 @@ bool PipeServer::Serve(JobQueue& queue) {
 bool PipeServer::WaitForClient() {
     DWORD none = 0;
     const BOOL connected = ::ConnectNamedPipe(m_pipe, &m_operation);
-    return (!connected && ::GetLastError() == ERROR_PIPE_CONNECTED) || Finish(connected, INFINITE, none);
+    const DWORD error = connected ? NO_ERROR : ::GetLastError();
+    // Also a client that is gone again is one that came.
+    return error == ERROR_PIPE_CONNECTED || error == ERROR_NO_DATA || Finish(connected, INFINITE, none);
 }
 
 void PipeServer::ServeClient(JobQueue& queue) {
