@@ -7,52 +7,37 @@
 namespace {
 
 // "name=value" of each option, separated by "|".
-std::string Options(const std::string& arguments) {
+std::string Options(const std::string& commandLine) {
     std::string text;
-    for (const kiv::CommandLineOption& option : kiv::ParseOptions("setup.exe " + arguments))
+    for (const kiv::CommandLineOption& option : kiv::ParseOptions(commandLine))
         text += (text.empty() ? "" : "|") + option.name + "=" + option.value;
     return text;
 }
 
 }  // namespace
 
-TEST_CASE("tokens that are options, and what they hold") {
-    const struct {
-        const char* arguments;
-        const char* options;
-    } rows[] = {
-        {"/product:Office", "product=Office"},
-        {"-product=Office", "product=Office"},
-        {"/a:1  -b=2\t/c:3", "a=1|b=2|c=3"},
-        {R"(/product:"My Office" /x:y)", "product=My Office|x=y"},
-        {R"(/"my option":x)", R"("my option"=x)"},
-        {"/a=b:c", "a=b=c"},
-        {R"(/a":"=b)", R"(a":"=b)"},
-        {R"(/a":b=c)", ""},
-        {R"(/a:"b" "c")", "a=b"},
-        {R"(/a:b"c")", R"(a=b"c")"},
-        {R"(/a:"b)", R"(a="b)"},
-        {R"("/a:b")", ""},
-        {R"(/a:" )", R"(a=" )"},
-        {R"(/a:")", ""},
-        {R"(/a:"")", ""},
-        {"/a: /a:x", "a=x"},
-        {"/a a:b / - /:x", "=x"},
+TEST_CASE("tokens behind the program's name that are options, and what they hold") {
+    const std::pair<const char*, const char*> rows[] = {
         {"", ""},
+        {"/a:b", ""},
+        {R"("/a b:c" /d:e)", "d=e"},
+        {"setup.exe /product:Office", "product=Office"},
+        {"x /a:1  -b=2\t/c:3", "a=1|b=2|c=3"},
+        {R"(x /product:"My Office" /x:y)", "product=My Office|x=y"},
+        {R"(x /"my option":x)", R"("my option"=x)"},
+        {"x /a=b:c", "a=b=c"},
+        {R"(x /a":"=b)", R"(a":"=b)"},
+        {R"(x /a":b=c)", ""},
+        {R"(x /a:"b" "c")", "a=b"},
+        {R"(x /a:b"c")", R"(a=b"c")"},
+        {R"(x /a:"b)", R"(a="b)"},
+        {R"(x "/a:b")", ""},
+        {R"(x /a:")", ""},
+        {R"(x /a:"")", ""},
+        {"x /a: /a:x", "a=x"},
+        {"x /a a:b / - /:x", "=x"},
     };
-    for (const auto& row : rows) {
-        CAPTURE(row.arguments);
-        CHECK(Options(row.arguments) == row.options);
-    }
-}
-
-TEST_CASE("the program's own name is no option") {
-    CHECK(kiv::ParseOptions("/a:b").empty());
-    CHECK(kiv::ParseOptions(R"("/a b:c" /d:e)").size() == 1);
-    CHECK(kiv::ParseOptions("").empty());
-}
-
-TEST_CASE("the first of several options of one name is found, in any case") {
+    kiv::test::CheckRows(rows, Options);
     const auto options = kiv::ParseOptions("x /Product:one /PRODUCT:two /other:three");
     REQUIRE(kiv::FindOption(options, "pRODUCT") != nullptr);
     CHECK(*kiv::FindOption(options, "pRODUCT") == "one");

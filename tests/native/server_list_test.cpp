@@ -5,82 +5,49 @@
 
 #include "support/check.h"
 
-namespace {
+using Text = std::string_view;
 
-bool NoLead(unsigned char) {
-    return false;
-}
+namespace {
 
 // As in code page 932, where "\x83\\" is one character.
 bool JapaneseLead(unsigned char byte) {
     return (byte >= 0x81 && byte <= 0x9F) || byte >= 0xE0;
 }
 
-using Entries = std::vector<std::string_view>;
-
 }  // namespace
 
 TEST_CASE("a list is split at each semicolon but a last one") {
-    const struct {
-        const char* list;
-        Entries entries;
-    } rows[] = {
-        {"", {""}},
-        {";", {""}},
-        {R"(\\a\s)", {R"(\\a\s)"}},
-        {R"(\\a\s;\\b\s)", {R"(\\a\s)", R"(\\b\s)"}},
-        {R"(\\a\s;\\b\s;)", {R"(\\a\s)", R"(\\b\s)"}},
-        {R"(\\a\s;;\\b\s)", {R"(\\a\s)", "", R"(\\b\s)"}},
-        {"a;;", {"a", ""}},
-        {";a", {"", "a"}},
+    const std::pair<Text, std::vector<Text>> rows[] = {
+        {"", {""}},         {";", {""}},       {R"(\\a\s;\\b\s;)", {R"(\\a\s)", R"(\\b\s)"}}, {"a;;b", {"a", "", "b"}},
+        {"a;;", {"a", ""}}, {";a", {"", "a"}},
     };
-    for (const auto& row : rows) {
-        CAPTURE(row.list);
-        CHECK(kiv::SplitServerList(row.list) == row.entries);
-    }
+    for (const auto& row : rows)
+        CHECK(kiv::SplitServerList(row.first) == row.second);
+    CHECK((kiv::ServerListWith("", "a") == "a" && kiv::ServerListWith("a", "b") == "a;b"));
+    CHECK((kiv::ServerListWithout("a;b;c", 1) == "a;c" && kiv::ServerListWithout("a", 0).empty()));
+    CHECK((kiv::ServerListWithout("a;;c", 1) == "a;c" && kiv::ServerListWithout("a;b;", 2) == "a;b"));
 }
 
-TEST_CASE("entries are added and taken out") {
-    CHECK(kiv::ServerListWith("", "a") == "a");
-    CHECK(kiv::ServerListWith("a", "b") == "a;b");
-    CHECK(kiv::ServerListWithout("a;b;c", 1) == "a;c");
-    CHECK(kiv::ServerListWithout("a;;c", 0) == "c");
-    CHECK(kiv::ServerListWithout("a;;c", 1) == "a;c");
-    CHECK(kiv::ServerListWithout("a;b;", 2) == "a;b");
-    CHECK(kiv::ServerListWithout("a", 0).empty());
-}
-
-TEST_CASE("host and share of a UNC path") {
+TEST_CASE("host and share of a UNC path; one trailing backslash goes, a character's second byte stays") {
     const struct {
-        const char* path;
-        const char* host;
-        const char* share;
+        Text path, host, share, withoutBackslash;
     } rows[] = {
-        {R"(\\host\share\folder)", "host", "share"},
-        {R"(\\host\share)", "host", "share"},
-        {R"(\\host\)", "host", ""},
-        {R"(\\host)", "host", ""},
-        {R"(\\)", "", ""},
-        {R"(\\\x)", "", "x"},
-        {R"(C:\share)", "", ""},
-        {R"(\host\share)", "", ""},
-        {"", "", ""},
-        {"\\\\host\\\x83\\x\\y", "host", "\x83\\x"},
+        {R"(\\host\share\folder)", "host", "share", R"(\\host\share\folder)"},
+        {R"(\\host\share\)", "host", "share", R"(\\host\share)"},
+        {R"(\\host\)", "host", "", R"(\\host)"},
+        {R"(\\host)", "host", "", R"(\\host)"},
+        {R"(\\)", "", "", R"(\)"},
+        {R"(\\\x)", "", "x", R"(\\\x)"},
+        {R"(C:\share\\)", "", "", R"(C:\share\)"},
+        {R"(\host\share)", "", "", R"(\host\share)"},
+        {"", "", "", ""},
+        {"\\\\host\\\x83\\x\\\x83\\", "host", "\x83\\x", "\\\\host\\\x83\\x\\\x83\\"},
+        {"\\\\host\\s\x83", "host", "s\x83", "\\\\host\\s\x83"},
     };
     for (const auto& row : rows) {
         CAPTURE(row.path);
         CHECK(kiv::HostOfUncPath(row.path, JapaneseLead) == row.host);
         CHECK(kiv::ShareOfUncPath(row.path, JapaneseLead) == row.share);
+        CHECK(kiv::WithoutTrailingBackslash(row.path, JapaneseLead) == row.withoutBackslash);
     }
-}
-
-TEST_CASE("one trailing backslash goes, a character's second byte stays") {
-    CHECK(kiv::WithoutTrailingBackslash(R"(C:\a\)", NoLead) == R"(C:\a)");
-    CHECK(kiv::WithoutTrailingBackslash(R"(C:\a\\)", NoLead) == R"(C:\a\)");
-    CHECK(kiv::WithoutTrailingBackslash(R"(C:\a)", NoLead) == R"(C:\a)");
-    CHECK(kiv::WithoutTrailingBackslash(R"(\)", NoLead).empty());
-    CHECK(kiv::WithoutTrailingBackslash("", NoLead).empty());
-    CHECK(kiv::WithoutTrailingBackslash("C:\\\x83\\", NoLead) == "C:\\\x83");
-    CHECK(kiv::WithoutTrailingBackslash("C:\\\x83\\", JapaneseLead) == "C:\\\x83\\");
-    CHECK(kiv::WithoutTrailingBackslash("C:\\\x83", JapaneseLead) == "C:\\\x83");
 }

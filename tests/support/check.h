@@ -6,7 +6,9 @@
 #define DOCTEST_CONFIG_NO_MULTITHREADING
 #include <doctest/doctest.h>
 
+#include <cstddef>
 #include <string>
+#include <utility>
 #include <vector>
 
 // Lists of texts are shown one a line where a comparison fails.
@@ -19,5 +21,18 @@ struct doctest::StringMaker<std::vector<std::string>> {
         return shown.c_str();
     }
 };
+
+namespace kiv::test {
+
+// Compares what a function gives for the input of each row with the answer beside it.
+template <class Input, class Answer, std::size_t Count, class Function>
+void CheckRows(const std::pair<Input, Answer> (&rows)[Count], const Function& function) {
+    for (const auto& row : rows) {
+        CAPTURE(row.first);
+        CHECK(function(row.first) == row.second);
+    }
+}
+
+}  // namespace kiv::test
 
 #endif
