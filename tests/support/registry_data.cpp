@@ -56,24 +56,42 @@ Names ValueNames(HKEY key) {
     return NamesFrom(key, ::RegEnumValueA);
 }
 
-void SetData(HKEY key, const char* name, DWORD type, std::string_view bytes) {
+void SetData(HKEY key, const char* name, DWORD type, std::string_view bytes, const std::string& subkey) {
+    ScopedRegistryKey below;
+    if (!subkey.empty())
+        REQUIRE(::RegCreateKeyA(key, subkey.c_str(), below.Receive()) == ERROR_SUCCESS);
     // A terminator that stands right behind the bytes of a text would be stored too.
     const std::string guarded = std::string(bytes) + "x";
-    REQUIRE(::RegSetValueExA(key, name, 0, type, reinterpret_cast<const BYTE*>(guarded.data()),
+    REQUIRE(::RegSetValueExA(below ? below.Get() : key, name, 0, type, reinterpret_cast<const BYTE*>(guarded.data()),
                              static_cast<DWORD>(bytes.size())) == ERROR_SUCCESS);
 }
 
-void SetText(HKEY key, const char* name, const std::string& text) {
-    SetData(key, name, REG_SZ, {text.c_str(), text.size() + 1});
+void SetText(HKEY key, const char* name, const std::string& text, const std::string& subkey) {
+    SetData(key, name, REG_SZ, {text.c_str(), text.size() + 1}, subkey);
 }
 
-std::string Data(HKEY key, const char* name) {
+void SetNumber(HKEY key, const char* name, DWORD number, const std::string& subkey) {
+    SetData(key, name, REG_DWORD, {reinterpret_cast<const char*>(&number), sizeof number}, subkey);
+}
+
+std::string Data(HKEY key, const char* name, const std::string& subkey) {
+    const ScopedRegistryKey opened(OpenSubkey(key, subkey));
     DWORD type = 0;
     std::string bytes(4096, '\0');
     DWORD size = 4096;
-    if (::RegQueryValueExA(key, name, nullptr, &type, reinterpret_cast<BYTE*>(bytes.data()), &size) != ERROR_SUCCESS)
+    if (::RegQueryValueExA(opened.Get(), name, nullptr, &type, reinterpret_cast<BYTE*>(bytes.data()), &size) !=
+        ERROR_SUCCESS)
         return {};
     return std::to_string(type) + ":" + bytes.substr(0, size);
+}
+
+std::string ShownData(HKEY key, const char* name, const std::string& subkey) {
+    const std::string data = Data(key, name, subkey);
+    if (data.compare(0, 2, "4:") != 0)
+        return data.c_str();
+    DWORD number;
+    ::memcpy(&number, data.data() + 2, sizeof number);
+    return "4:" + std::to_string(number);
 }
 
 void CreateElements(HKEY key, const std::wstring& names) {

@@ -18,9 +18,14 @@ bool HasSubkey(HKEY parent, const std::string& path);
 Names SubkeyNames(HKEY key);
 Names ValueNames(HKEY key);
 
-void SetData(HKEY key, const char* name, DWORD type, std::string_view bytes);
-void SetText(HKEY key, const char* name, const std::string& text);  // REG_SZ, terminated
-std::string Data(HKEY key, const char* name);  // type and bytes as "1:text\0"; "" when there is no such value
+// Values of a key or, made when it is missing, of a subkey.
+void SetData(HKEY key, const char* name, DWORD type, std::string_view bytes, const std::string& subkey = {});
+void SetText(HKEY key, const char* name, const std::string& text, const std::string& subkey = {});  // terminated
+void SetNumber(HKEY key, const char* name, DWORD number, const std::string& subkey = {});
+// Type and bytes, "1:text\0" and "4:\1\0\0\0"; "" when there is no such value.
+std::string Data(HKEY key, const char* name, const std::string& subkey = {});
+// Numbers and texts without their terminator: "4:1", "1:text".
+std::string ShownData(HKEY key, const char* name, const std::string& subkey = {});
 
 // A subkey and a value for each name of one UTF-16 character, which the code page may show alike.
 void CreateElements(HKEY key, const std::wstring& names);

@@ -17,6 +17,7 @@
 struct ChildOperation {
     const char* name;
     std::string (*run)(const std::string& argument);
+    bool isQuiet = false;  // its log lines are of no interest
 };
 
 inline std::string ErrorSuffix(const KivRecordedLine& line) {
@@ -40,7 +41,8 @@ bool PerformOperation(const std::string& text, const ChildOperation (&operations
             continue;
         KivRecordingClear();
         const std::string result = operation.run(equals == std::string::npos ? "" : text.substr(equals + 1));
-        PrintRecordedLog();
+        if (!operation.isQuiet)
+            PrintRecordedLog();
         std::printf("= %s\n", result.c_str());
         return true;
     }

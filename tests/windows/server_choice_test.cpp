@@ -15,52 +15,31 @@
 #include "support/check.h"
 #include "support/random_bytes.h"
 #include "support/redirected_key.h"
+#include "support/registry_data.h"
 #include "support/resource_count.h"
 #include "support/swapped_api.h"
 #include "support/temp_directory.h"
 #include "tavkivut/inst_server.h"
 #include "tavkivut/system.h"
+#include "tavkivut/tools.h"
 
 using kiv::test::CountResources;
 using kiv::test::SwappedApi;
 
 namespace {
 
+enum FakeKind { kAnswering, kLacking /* the product */, kWaiting /* for the gate */ };
+
 struct FakeServer {
     std::uint32_t time = 10;
+    FakeKind kind = kAnswering;
     long answers = 1000000;  // how many requests are answered before one is lost
-    bool available = true;
-    bool waits = false;  // answers only when the gate is open
-    long deaf = 0;       // how many requests are not heard at first
+    long deaf = 0;           // how many requests are not heard at first
     long requests = 0;
     hostent host{};
     char* addresses[2]{};
     IPAddr address = 0;
 };
-
-FakeServer Answering(std::uint32_t time) {
-    FakeServer server;
-    server.time = time;
-    return server;
-}
-
-FakeServer Losing(long answers) {
-    FakeServer server = Answering(1);
-    server.answers = answers;
-    return server;
-}
-
-FakeServer Lacking(std::uint32_t time) {
-    FakeServer server = Answering(time);
-    server.available = false;
-    return server;
-}
-
-FakeServer Waiting(std::uint32_t time) {
-    FakeServer server = Answering(time);
-    server.waits = true;
-    return server;
-}
 
 // The network of the running test. A server's folder is <root>\<number>, its UNC form \\s<number>\x, its address its
 // number.
@@ -78,10 +57,6 @@ HANDLE WINAPI FakeCreate() {
     return reinterpret_cast<HANDLE>(std::uintptr_t{0x77});
 }
 
-HANDLE WINAPI FailingCreate() {
-    return INVALID_HANDLE_VALUE;
-}
-
 BOOL WINAPI FakeClose(HANDLE) {
     __atomic_sub_fetch(&g_network->openFiles, 1, __ATOMIC_SEQ_CST);
     return TRUE;
@@ -90,7 +65,7 @@ BOOL WINAPI FakeClose(HANDLE) {
 DWORD WINAPI FakeSendEcho(HANDLE, IPAddr address, LPVOID data, WORD dataSize, PIP_OPTION_INFORMATION options,
                           LPVOID buffer, DWORD size, DWORD timeout) {
     FakeServer& server = g_network->servers[address];
-    if (server.waits)
+    if (server.kind == kWaiting)
         ::WaitForSingleObject(g_network->gate, INFINITE);
     const bool asAgreed = data == nullptr && dataSize == 0 && options == nullptr && timeout == g_network->timeout &&
                           size == (sizeof(void*) == 4 ? 36u : 48u);
@@ -140,10 +115,9 @@ public:
         kiv::LoadBalancingSettings() = {static_cast<std::uint16_t>(quality), static_cast<std::uint16_t>(evaluateAll)};
         for (std::size_t i = 0; i < network.servers.size(); ++i) {
             paths.push_back(m_root / std::to_string(i));
-            if (!network.servers[i].available)
+            if (network.servers[i].kind == kLacking)
                 continue;
-            ::CreateDirectoryA(paths[i].c_str(), nullptr);
-            ::CreateDirectoryA((paths[i] + "\\setup").c_str(), nullptr);
+            CKivTools::CreateDirectoryRecursive((paths[i] + "\\setup").c_str());
             kiv::test::WriteFileBytes(paths[i] + "\\setup\\TavSetup.cfg", "");
         }
     }
@@ -198,63 +172,42 @@ struct WaitLimit {
     const DWORD m_previous = kiv::g_probeWaitLimit;
 };
 
-BYTE g_randomByte;
-
-BOOL WINAPI Acquire(HCRYPTPROV* context, LPCSTR, LPCSTR, DWORD type, DWORD flags) {
-    *context = 1;
-    return type == PROV_RSA_FULL && (flags & CRYPT_VERIFYCONTEXT) != 0;
-}
-
-BOOL WINAPI RefuseContext(HCRYPTPROV*, LPCSTR, LPCSTR, DWORD, DWORD) {
-    return FALSE;
-}
-
-BOOL WINAPI GiveByte(HCRYPTPROV, DWORD length, BYTE* buffer) {
-    buffer[0] = g_randomByte;
-    return length == 1;
-}
-
-BOOL WINAPI Release(HCRYPTPROV, DWORD) {
-    return TRUE;
-}
-
 }  // namespace
 
 TEST_CASE("the settings are read within their range") {
     const struct {
-        unsigned long quality, evaluateAll, expectedQuality, expectedAll;
+        unsigned quality, evaluateAll, expectedQuality, expectedAll;
     } rows[] = {{0, 0, 4, 0}, {1, 1, 1, 1}, {999, 2, 999, 1}, {1000, 0x10000, 4, 1}, {0x10005, 0, 4, 0}};
-    kiv::test::RedirectedKey machine(HKEY_LOCAL_MACHINE);
-    CHECK(kiv::ReadLoadBalancing().quality == 4);
-    CHECK(kiv::ReadLoadBalancing().evaluateAll == 0);
-    HKEY key;
-    REQUIRE(::RegCreateKeyA(HKEY_LOCAL_MACHINE, "Software\\TAV\\TAVSetup\\Policies", &key) == ERROR_SUCCESS);
-    const auto write = [&](const char* name, const unsigned long& number) {
-        ::RegSetValueExA(key, name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&number), sizeof number);
-    };
+    const kiv::test::RedirectedKey machine(HKEY_LOCAL_MACHINE);
+    CHECK((kiv::ReadLoadBalancing().quality == 4 && kiv::ReadLoadBalancing().evaluateAll == 0));
     for (const auto& row : rows) {
-        write("LbDetectionQuality", row.quality);
-        write("LbEvaluateAllResponses", row.evaluateAll);
         CAPTURE(row.quality);
+        kiv::test::SetNumber(machine.Handle(), "LbDetectionQuality", row.quality, "Software\\TAV\\TAVSetup\\Policies");
+        kiv::test::SetNumber(machine.Handle(), "LbEvaluateAllResponses", row.evaluateAll,
+                             "Software\\TAV\\TAVSetup\\Policies");
         CHECK(kiv::ReadLoadBalancing().quality == row.expectedQuality);
         CHECK(kiv::ReadLoadBalancing().evaluateAll == row.expectedAll);
     }
-    ::RegCloseKey(key);
 }
 
 TEST_CASE("waiting for all, the fastest that serves the product wins") {
     // The list has two changes of the best candidate, so that no draw follows. One answer without a time is lost too.
-    Servers servers({Answering(50), Lacking(1), Answering(20), Answering(30), Losing(3), Losing(0),
-                     Answering(kiv::kNoRoundTripTime)});
+    Servers servers({{50}, {1, kLacking}, {20}, {30}, {1, kAnswering, 3}, {1, kAnswering, 0}, {kiv::kNoRoundTripTime}});
     CHECK(servers.Choose() == 2);
     const long requests[] = {4, 4, 4, 4, 4, 1, 4};
     for (std::size_t i = 0; i < std::size(requests); ++i)
         CHECK(servers.network.servers[i].requests == requests[i]);
+    const char* list[] = {servers.paths[0].c_str(), servers.paths[2].c_str()};
+    char out[] = "untouched";
+    CHECK(CKivInstServer::GetMostResponsiveServer(out, 3, list, 2) == 1);
+    CHECK((out == servers.paths[2].substr(0, 2) && out[3] == 'o'));
+    CHECK(CKivInstServer::GetMostResponsiveServer(nullptr, 260, list, 2) == 0);
+    CHECK(CKivInstServer::GetMostResponsiveServer(out, 0, list, 2) == 0);
 }
 
 TEST_CASE("when nobody beat the first candidate, a draw takes any available server") {
-    SUBCASE("also one that never answered") {
-        Servers servers({Answering(10), Losing(0), Answering(20)}, true, 1);
+    SUBCASE("also one that never answered, but none that is not available") {
+        Servers servers({{10}, {1, kAnswering, 0}, {20}, {20, kLacking}}, true, 1);
         std::set<int> drawn;
         for (int i = 0; i < 500 && drawn.size() < 3; ++i) {
             drawn.insert(servers.Choose());
@@ -262,13 +215,8 @@ TEST_CASE("when nobody beat the first candidate, a draw takes any available serv
         }
         CHECK(drawn == std::set<int>{0, 1, 2});
     }
-    SUBCASE("but not one that is not available") {
-        Servers servers({Lacking(1), Answering(10), Lacking(20)}, true, 1);
-        for (int i = 0; i < 20; ++i)
-            REQUIRE(servers.Choose() == 1);
-    }
     SUBCASE("and none where no server is") {
-        Servers servers({Lacking(1), Lacking(2)});
+        Servers servers({{1, kLacking}, {2, kLacking}});
         CHECK(servers.Choose() == -1);
     }
 }
@@ -280,43 +228,39 @@ TEST_CASE("waiting for any, the first to finish is taken or none is") {
         std::vector<FakeServer> servers;
         int chosen;
     } rows[] = {
-        {"it answered and is available", {Waiting(1), Answering(90), Waiting(1)}, 1},
-        {"it lost a request", {Waiting(1), Losing(2)}, -1},
-        {"it lacks the product", {Waiting(1), Lacking(5), Waiting(1)}, -1},
-        {"none finishes in time", {Waiting(1), Waiting(1)}, -1},
+        {"it answered and is available", {{1, kWaiting}, {90}, {1, kWaiting}}, 1},
+        {"it lost a request", {{1, kWaiting}, {1, kAnswering, 2}}, -1},
+        {"it lacks the product", {{1, kWaiting}, {5, kLacking}, {1, kWaiting}}, -1},
+        {"none finishes in time", {{1, kWaiting}, {1, kWaiting}}, -1},
     };
     for (const auto& row : rows) {
         CAPTURE(row.name);
         Servers servers(row.servers, false);
         CHECK(servers.Choose() == row.chosen);
     }
-    Servers servers({Answering(1)}, false);
-    servers.icmp->create = FailingCreate;
-    CHECK(servers.Choose() == -1);
 }
 
 TEST_CASE("after the time-out what came in decides, and late probes free their records") {
     const WaitLimit limit(100);
-    Servers servers({Waiting(1), Answering(10), Answering(20), Waiting(2)});
-    const auto choose = [&] {
+    Servers servers({{1, kWaiting}, {10}, {20}, {2, kWaiting}});
+    kiv::test::ResourceCount counts[2]{};
+    for (kiv::test::ResourceCount& count : counts) {
         ::ResetEvent(servers.network.gate);
         CHECK(servers.Choose() == 1);  // one change only, but no draw
         CHECK(servers.network.openFiles == 2);
         servers.EndProbes();
-    };
-    choose();
-    const kiv::test::ResourceCount before = CountResources();
-    choose();
-    CHECK(CountResources() == before);
+        count = CountResources();
+    }
+    CHECK(counts[0] == counts[1]);
 }
 
 TEST_CASE("at most 64 servers are measured, and nothing of them is left behind") {
     for (const std::size_t count : {0u, 1u, 64u, 65u, 300u}) {
         CAPTURE(count);
-        std::vector<FakeServer> listed(count, Lacking(10));
+        std::vector<FakeServer> listed(count, {10, kLacking});
         for (const std::size_t available : {0u, 1u, 63u, 64u}) {
             if (available < count)
-                listed[available] = Answering(available == 0 ? 30 : available == 64 ? 1 : 20);
+                listed[available] = {available == 0 ? 30u : available == 64 ? 1u : 20u};
         }
         Servers servers(listed, true, 1);
         CHECK(servers.Choose() == (count == 0 ? -1 : count == 1 ? 0 : 1));
@@ -327,87 +271,58 @@ TEST_CASE("at most 64 servers are measured, and nothing of them is left behind")
     }
 }
 
-TEST_CASE("a server without a usable host has no probe") {
-    Servers servers({Answering(30), Answering(20), Answering(1), Answering(1), Answering(1)});
-    servers.paths[2] = "\\\\s2-and-more-of-it\\x";  // 16 characters and more
-    servers.paths[3] = "\\\\\\x";
-    servers.paths[4] = "\\\\unresolvable\\x";
-    CHECK(servers.Choose() == 1);
-    CHECK(servers.Probed() == 2);
-}
-
-TEST_CASE("nothing is chosen without ICMP or Winsock, or without anybody to ask") {
-    Servers servers({Answering(30), Answering(20)});
+TEST_CASE("a server without a usable host has no probe; nothing is chosen without anybody or anything to ask") {
+    Servers servers({{30}, {20}, {1}, {1}, {1}});
+    int chosen = -1;
+    const char* const unusable[] = {"\\\\s2-and-more-of-it\\x", "\\\\\\x", "\\\\unresolvable\\x"};
+    std::copy(unusable, unusable + 3, servers.paths.begin() + 2);
+    SUBCASE("two are left") {
+        chosen = 1;
+    }
+    SUBCASE("none is left") {
+        servers.paths = {"\\\\", "\\\\\\x"};
+    }
     SUBCASE("no echo function") {
         servers.icmp->sendEcho = nullptr;
     }
     SUBCASE("no module at all") {
         *servers.icmp.operator->() = {};
     }
+    SUBCASE("no handle for echoes") {
+        kiv::LoadBalancingSettings().evaluateAll = 0;  // waiting for all, a draw would follow
+        servers.icmp->create = []() WINAPI { return INVALID_HANDLE_VALUE; };
+    }
     SUBCASE("no Winsock 2") {
         servers.winsock->startup = nullptr;
     }
-    SUBCASE("no host") {
-        servers.paths = {"\\\\", "\\\\\\x"};
-    }
-    CHECK(servers.Choose() == -1);
-    CHECK(servers.Probed() == 0);
+    CHECK(servers.Choose() == chosen);
+    CHECK(servers.Probed() == (chosen == 1 ? 2 : 0));
 }
 
-TEST_CASE("the answer is cut to the caller's buffer") {
-    Servers servers({Answering(20), Answering(10)});
-    const char* list[] = {servers.paths[0].c_str(), servers.paths[1].c_str()};
-    char out[] = "untouched";
-    CHECK(CKivInstServer::GetMostResponsiveServer(out, 3, list, 2) == 1);
-    CHECK(std::string(out) == servers.paths[1].substr(0, 2));
-    CHECK(out[3] == 'o');
-    CHECK(CKivInstServer::GetMostResponsiveServer(nullptr, 260, list, 2) == 0);
-    CHECK(CKivInstServer::GetMostResponsiveServer(out, 0, list, 2) == 0);
-}
-
-TEST_CASE("a host is asked until it answers, however often") {
-    Servers servers({Answering(3)});
-    servers.network.servers[0].deaf = 20000;
+TEST_CASE("a host is asked until it answers, however often; a system without ICMP takes all for alive") {
+    Servers servers({{3, kAnswering, 1000000, 20000}});
     CHECK(KivIsHostAlive("\\\\s0\\share", 0) == 1);
     CHECK(servers.network.servers[0].requests == 20001);
     servers.network.timeout = 5000;
     CHECK(KivIsHostAlive("X:\\0", 1) == 1);
-    CHECK(servers.network.openFiles == 0);
-}
-
-TEST_CASE("a name that does not resolve is not alive, a system without ICMP takes all for alive") {
-    Servers servers({});
     for (const char* host : {"name", "a-name-of-more-than-sixteen-characters", "C:"}) {
         CHECK(KivIsHostAlive(host, 0) == 0);
         CHECK(servers.network.asked == host);
     }
     CHECK(KivIsHostAlive("C:\\folder", 0) == 0);
     CHECK(servers.network.asked == CKivSystem::GetComputerNameA());
-    for (const char* nobody : {"", "\\\\", "\\\\\\share"})
-        CHECK(KivIsHostAlive(nobody, 0) == 0);
-    CHECK(KivIsHostAlive(nullptr, 0) == 0);
-    servers.icmp->create = FailingCreate;
-    CHECK(KivIsHostAlive("name", 0) == 1);
+    CHECK(servers.network.openFiles == 0);
     *servers.icmp.operator->() = {FakeCreate, nullptr, FakeSendEcho};
     CHECK(KivIsHostAlive("name", 0) == 1);
+    for (const char* nobody : {"", "\\\\", "\\\\\\share", static_cast<const char*>(nullptr)})
+        CHECK(KivIsHostAlive(nobody, 0) == 0);
 }
 
 TEST_CASE("a random number is one byte of the system's, scaled, else one of the C run-time's") {
-    {
-        SwappedApi<kiv::CryptoApi> crypto(kiv::CryptoApi{Acquire, GiveByte, Release});
-        const int expected[][2] = {{0, 5}, {254, 14}, {255, 15}};
-        for (const auto& row : expected) {
-            g_randomByte = static_cast<BYTE>(row[0]);
-            CHECK(KivGetRandomNumber(5, 10) == row[1]);
-        }
-    }
     SwappedApi<kiv::CryptoApi> crypto;
-    SUBCASE("no functions") {
-        *crypto.operator->() = {};
-    }
-    SUBCASE("no context") {
-        crypto->acquireContext = RefuseContext;
-    }
+    crypto->genRandom = [](HCRYPTPROV, DWORD length, BYTE* buffer) WINAPI { return *buffer = 254, BOOL{length == 1}; };
+    CHECK(KivGetRandomNumber(5, 10) == 14);
+    crypto->genRandom = nullptr;
     std::srand(7);
     const double fraction = std::rand() / 32767.0;
     std::srand(7);
