@@ -2,6 +2,7 @@
 
 #include "support/check.h"
 #include "support/scoped_resource.h"
+#include "support/this_release.h"
 
 namespace kiv::test {
 namespace {
@@ -39,9 +40,9 @@ void CreateSubkeys(HKEY parent, const Names& paths) {
     }
 }
 
-HKEY OpenSubkey(HKEY parent, const std::string& path) {
+HKEY OpenSubkey(HKEY parent, const std::string& path, REGSAM access) {
     HKEY key = nullptr;
-    return ::RegOpenKeyExA(parent, path.c_str(), 0, KEY_ALL_ACCESS, &key) == ERROR_SUCCESS ? key : nullptr;
+    return ::RegOpenKeyExA(parent, path.c_str(), 0, access, &key) == ERROR_SUCCESS ? key : nullptr;
 }
 
 bool HasSubkey(HKEY parent, const std::string& path) {
@@ -60,8 +61,8 @@ void SetData(HKEY key, const char* name, DWORD type, std::string_view bytes, con
     ScopedRegistryKey below;
     if (!subkey.empty())
         REQUIRE(::RegCreateKeyA(key, subkey.c_str(), below.Receive()) == ERROR_SUCCESS);
-    // A terminator that stands right behind the bytes of a text would be stored too.
-    const std::string guarded = std::string(bytes) + "x";
+    // The NT family would store a terminator that stands right behind a text too, the 9x family counts up to it.
+    const std::string guarded = std::string(bytes) + (ThisReleaseIs9x() ? "" : "x");
     REQUIRE(::RegSetValueExA(below ? below.Get() : key, name, 0, type, reinterpret_cast<const BYTE*>(guarded.data()),
                              static_cast<DWORD>(bytes.size())) == ERROR_SUCCESS);
 }
@@ -75,7 +76,7 @@ void SetNumber(HKEY key, const char* name, DWORD number, const std::string& subk
 }
 
 std::string Data(HKEY key, const char* name, const std::string& subkey) {
-    const ScopedRegistryKey opened(OpenSubkey(key, subkey));
+    const ScopedRegistryKey opened(OpenSubkey(key, subkey, KEY_QUERY_VALUE));
     DWORD type = 0;
     std::string bytes(4096, '\0');
     DWORD size = 4096;

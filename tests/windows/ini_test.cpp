@@ -67,28 +67,22 @@ TEST_CASE("an entry is read, tested, written and removed") {
     const std::string file = folder.Write("a.ini", "[A]\r\nx=1\r\n[S]\r\nk=\r\nv=quoted\r\nq=\"x\"\r\n");
     CIniKey key(file.c_str(), "S", "k");
     char buffer[16] = "x";
-    CHECK(key.Exist() == 1);
-    CHECK((key.GetValue(buffer, sizeof buffer) == 1 && std::string(buffer).empty()));
-    key.SetKeyName("q");
-    CHECK((key.GetValue(buffer, sizeof buffer) == 1 && std::string(buffer) == "x"));
-    key.SetKeyName("v");
-    CHECK((key.GetValue(buffer, 8) == 1 && std::string(buffer) == "quoted"));
-    CHECK(key.GetValue(buffer, 7) == 0);  // may have been cut
-    CHECK((key.GetValue(buffer, 3) == 0 && std::string(buffer) == "qu"));
-    CHECK(key.GetValue(buffer, 1) == 0);
-    CHECK(key.GetValue(nullptr, 0) == 1);
-    CHECK(key.GetValue(nullptr, 10) == 0);
+    // The result and the text, with room for so many characters.
+    const auto read = [&](const char* name, unsigned long room) {
+        key.SetKeyName(name);
+        buffer[0] = 'x';
+        const int result = key.GetValue(buffer, room);
+        return std::to_string(result) + buffer;
+    };
+    CHECK((read("k", sizeof buffer) == "1" && read("q", sizeof buffer) == "1x" && read("missing", 16) == "1"));
+    CHECK((read("v", 8) == "1quoted" && read("v", 7) == "0quoted"));  // may have been cut
+    CHECK((read("v", 3) == "0qu" && read("v", 1) == "0"));
+    CHECK((key.GetValue(nullptr, 0) == 1 && key.GetValue(nullptr, 10) == 0));
 
     key.SetKeyName("missing");
-    buffer[0] = 'x';
-    CHECK(key.Exist() == 0);
-    CHECK((key.GetValue(buffer, sizeof buffer) == 1 && std::string(buffer).empty()));
-    CHECK(key.Remove() == 1);
-    CHECK(key.SetValue("new") == 1);
-    CHECK(key.Exist() == 1);
-    CHECK(key.SetValue(nullptr) == 1);
-    CHECK(key.Exist() == 0);
-
+    CHECK((key.Exist() == 0 && key.Remove() == 1));
+    CHECK((key.SetValue("new") == 1 && key.Exist() == 1));
+    CHECK((key.SetValue(nullptr) == 1 && key.Exist() == 0));
     for (const char* const name : {"k", "q", "v"}) {  // the last entry takes the section with it
         CHECK(ReadFileBytes(file).find("[S]") != std::string::npos);
         key.SetKeyName(name);
@@ -98,62 +92,51 @@ TEST_CASE("an entry is read, tested, written and removed") {
     CHECK(ReadFileBytes(file).find("x=1") != std::string::npos);
 }
 
-TEST_CASE("an entry that is not named whole, or holds a line break, is never written") {
+TEST_CASE("an entry that is not named whole, or holds a line break, is never written; copies own their texts") {
     const TempDirectory folder;
     const std::string file = folder.Write("a.ini", "[S]\r\nk=1\r\n");
     const char* const path = file.c_str();
     char buffer[16];
     for (CIniKey key : {CIniKey(), CIniKey(nullptr, "S", "k"), CIniKey(path, nullptr, "k"), CIniKey(path, "S")}) {
-        CHECK(key.Exist() == 0);
-        CHECK(key.GetValue(buffer, sizeof buffer) == 0);
-        CHECK(key.SetValue("x") == 0);
-        CHECK(key.Remove() == 0);
+        CHECK((key.Exist() == 0 && key.GetValue(buffer, sizeof buffer) == 0));
+        CHECK((key.SetValue("x") == 0 && key.Remove() == 0));
     }
-    CHECK(CIniKey(path, "S\n[T", "k").SetValue("x") == 0);
-    CHECK(CIniKey(path, "S", "k\rl").Remove() == 0);
+    CHECK((CIniKey(path, "S\n[T", "k").SetValue("x") == 0 && CIniKey(path, "S", "k\rl").Remove() == 0));
     ::SetLastError(0);
     CHECK(CIniKey(path, "S", "k").SetValue("x\r\nl=2") == 0);
     CHECK(::GetLastError() == ERROR_INVALID_PARAMETER);
     CHECK(ReadFileBytes(file) == "[S]\r\nk=1\r\n");
-}
 
-TEST_CASE("copies own their texts, and a text may be the object's own") {
     CIniKey first("file", "section", "key");
     CIniKey second(first);
     first.SetIniFile(nullptr);
     CHECK(first.GetIniFile() == nullptr);
     first = second;
-    CHECK(std::string(first.GetIniFile()) == "file");
     second.SetKeyName(second.GetSectionName() + 3);
-    CHECK(std::string(second.GetKeyName()) == "tion");
-    CHECK(std::string(first.GetKeyName()) == "key");
+    CHECK((second.GetKeyName() == std::string("tion") && first.GetKeyName() == std::string("key")));
+    CHECK(std::string(first.GetIniFile()) == "file");
 }
 
 TEST_CASE("an import replaces the subkeys that a file names") {
     const std::string text = "stray=1\r\n[S]\r\na=10\r\nb=0x1F\r\nc=abc\r\nd=-1\r\ne=0xFFFFFFFF\r\n;f=1\r\nplain\r\n"
                              " g = x=y \r\nh=\r\ni=\"1\"\r\nj=007\r\n";
     const std::string values = " a=10 b=31 c:abc d:-1 e:0xFFFFFFFF g:x=y h: i:\"1\" j=7";
-    CHECK(Imported(text, "S") == values);
     CHECK(Imported(text, "S", FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN) == values);
     CHECK(Imported("\xEF\xBB\xBF" + text, "S") == values);
-    CHECK(Imported(Utf16(text, false), "S") == values);
-    CHECK(Imported(Utf16(text, true), "S") == values);
+    CHECK((Imported(Utf16(text, false), "S") == values && Imported(Utf16(text, true), "S") == values));
     CHECK(Imported(text, "S\\deep") == "none");
     CHECK(Imported("[T]\r\na=1\r\n", "t") == " a=1 old:x");  // another case: filled up
     CHECK(Imported("[E]\r\n", "E").empty());
     CHECK(Imported("[r]\r\nc=3\r\n[r]\r\nc=4\r\n", "r") == " c=3");
     CHECK(Imported("[p\\q]\r\na=1\r\n[p]\r\nb=2\r\n", "p\\q") == "none");
     CHECK(Imported("[" + std::string(300, 'n') + "]\r\nx=1\r\n[]\r\nx=1\r\n[Z]\r\nd=5\r\n", "Z") == " d=5");
-}
-
-TEST_CASE("nothing of a large file is lost") {
-    std::string text = "[Many]\r\n";
+    std::string large = "[Many]\r\n";
     for (int i = 0; i < 4000; ++i)
-        text += "n" + std::to_string(i) + "=1\r\n";
-    text += "[Long]\r\nt=" + std::string(60000, 'x') + "\r\n;" + std::string(5 << 20, 'c') + "\r\n[End]\r\ne=1\r\n";
-    CHECK(Imported(text, "Many").size() == std::string(" n=1").size() * 4000 + 10 + 2 * 90 + 3 * 900 + 4 * 3000);
-    CHECK(Imported(text, "Long") == " t:" + std::string(60000, 'x'));
-    CHECK(Imported(text, "End") == " e=1");
+        large += "n" + std::to_string(i) + "=1\r\n";
+    large += "[Long]\r\nt=" + std::string(60000, 'x') + "\r\n;" + std::string(5 << 20, 'c') + "\r\n[End]\r\ne=1\r\n";
+    CHECK(Imported(large, "Many").size() == std::string(" n=1").size() * 4000 + 10 + 2 * 90 + 3 * 900 + 4 * 3000);
+    CHECK(Imported(large, "Long") == " t:" + std::string(60000, 'x'));
+    CHECK(Imported(large, "End") == " e=1");
 }
 
 TEST_CASE("a missing path is made; what cannot be read changes nothing; nothing is left behind") {
@@ -165,18 +148,20 @@ TEST_CASE("a missing path is made; what cannot be read changes nothing; nothing 
         const kiv::ScopedFile locked(::CreateFileA(file.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
         WriteInifileToHkey(path.c_str(), file.c_str());
     }
-    WriteInifileToHkey(path.c_str(), (folder / "missing.ini").c_str());
-    WriteInifileToHkey(path.c_str(), folder.Write("empty.ini", "").c_str());
-    WriteInifileToHkey(path.c_str(), folder.Write("none.ini", "a=1\r\n").c_str());
+    const std::string unread[] = {folder / "missing.ini", folder.Write("empty.ini", ""),
+                                  folder.Write("none.ini", "a=1")};
+    for (const std::string& name : unread)
+        WriteInifileToHkey(path.c_str(), name.c_str());
     WriteInifileToHkey(path.c_str(), nullptr);
     WriteInifileToHkey(nullptr, file.c_str());
     WriteInifileToHkey("NoRoot\\x", file.c_str());
     CHECK(Values(base.Path() + "\\new") == "none");
 
-    const auto work = [&] { WriteInifileToHkey(path.c_str(), file.c_str()); };
-    work();
-    CHECK(Values(path + "\\S") == " a=1");
-    const kiv::test::ResourceCount before = kiv::test::CountResources();
-    work();
-    CHECK(kiv::test::CountResources() == before);
+    kiv::test::ResourceCount counts[2]{};
+    for (kiv::test::ResourceCount& count : counts) {
+        WriteInifileToHkey(path.c_str(), file.c_str());
+        CHECK(Values(path + "\\S") == " a=1");
+        count = kiv::test::CountResources();
+    }
+    CHECK(counts[0] == counts[1]);
 }
