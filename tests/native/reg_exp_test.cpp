@@ -75,20 +75,14 @@ struct Probe : CRegExp {
 
 TEST_CASE("what a pattern finds, and its groups") {
     const struct {
-        const char* pattern;
-        const char* text;
-        int offset;  // -1: none
+        const char *pattern, *text;
+        int offset;
         const char* found;
         const char* replacement = "&";  // which gives `found`
     } cases[] = {
         {"", "ab", 0, ""},
-        {"$", "ab", 2, ""},
         {"a*$", "baab", 4, ""},
-        {"^b", "ab", -1, ""},
-        {"(^a|b)c", "abcac", 1, "bc"},
-        {"(a|ab)(c|bcd)(d*)", "abcd", 0, "[a][bcd][]", "[\\1][\\2][\\3]"},  // the first way, not the longest
-        {"(ab|a)(bc)?c*", "abcc", 0, "[ab][][abcc]", "[\\1][\\2][\\0]"},
-        {"((a)|b)*", "ab", 0, "[b][a]", "[\\1][\\2]"},  // a group keeps what it had last
+        {"(ab|a)(bc)?c*", "abcc", 0, "[ab][][abcc]", "[\\1][\\2][\\0]"},  // the first way, not the longest
         {"(.)(.)(.)(.)(.)(.)(.)(.)(.)", "123456789", 0, "987654321", "\\9\\8\\7\\6\\5\\4\\3\\2\\1"},
         {"a\\*b\\\\", "a*b\\", 0, "a*b\\"},
         {"[^]a]", "]ab", 2, "b"},
@@ -97,10 +91,7 @@ TEST_CASE("what a pattern finds, and its groups") {
         {"[--a]+", "+,-.09AZ_a", 2, "-.09AZ_a"},
         {"[]-a]+", "\\]^_`ab", 1, "]^_`a"},
         {"[a\\]*]", "xa\\]*]", 1, "a\\]"},  // the set is "a" and the backslash; a star and "]" follow it
-        {"[$.*(|]+", "a$.*(|b", 1, "$.*(|"},
         {"[x-\x7F]", "\x7F", 0, "\x7F"},
-        {"\xE4+", "a\xE4\xE4", 1, "\xE4\xE4"},
-        {"[\xE0-\xFF]+", "\xDF\xE0\xF0\xFF", 1, "\xE0\xF0\xFF"},
         {"[^\xE0-\xFF]+", "\xE0\xDF\x80z", 1, "\xDF\x80z"},
         {"[\xE9-z!]+", "z!\xE8\xE9\xFE\xFF", 3, "\xE9\xFE\xFF"},  // crosses zero: the set ends there
     };
@@ -109,85 +100,51 @@ TEST_CASE("what a pattern finds, and its groups") {
         CRegExp compiled;
         REQUIRE(compiled.RegComp(tried.pattern) == &compiled);
         CHECK(compiled.RegFind(tried.text) == tried.offset);
-        if (tried.offset >= 0)
-            CHECK(Replaced(compiled, tried.replacement) == tried.found);
+        CHECK(Replaced(compiled, tried.replacement) == tried.found);
     }
-}
-
-TEST_CASE("wrong patterns are refused") {
-    for (const char* pattern : {"a**",  "a+?",   "*a",       "+",           "?",    "a|*b",
-                                "(*a)", "(a",    "a)",       ")",           "(a))", "((a)",
-                                "a\\",  "(a*)*", "(a|b*)+",  "()*",         "^*",   "$+",
-                                "(^)*", "[z-a]", "[a-\xE9]", "[\xF0-\xE9]", "[",    "[]",
-                                "[^]",  "[^",    "[a",       "[a-",         "[a-z", "(.)(.)(.)(.)(.)(.)(.)(.)(.)(.)"}) {
+    for (const char* pattern : {"a+?", "a|*b", "a)", "a\\", "()*", "^*", "[\xF0-\xE9]", "[", "[^", "[a-"}) {
         CAPTURE(pattern);
         CRegExp compiled;
         CHECK(compiled.RegComp(Exact(pattern).get()) == nullptr);
         CHECK(compiled.RegFind("a") == -1);
     }
-    for (const char* pattern : {"(a*)?", "()", "a|", "|", "^?", "(a|b*)?"})
-        CHECK(CRegExp().RegComp(pattern) != nullptr);
 }
 
 TEST_CASE("programs are what the grammar says") {
-    const struct {
-        const char* pattern;
-        const char* program;
-    } cases[] = {
-        {"ab", "0:BRANCH>9 3:EXACTLY>9'ab' 9:END"},
+    const std::pair<const char*, const char*> rows[] = {
         {"", "0:BRANCH>6 3:NOTHING>6 6:END"},
         {"a|b", "0:BRANCH>8 3:EXACTLY>16'a' 8:BRANCH>16 11:EXACTLY>16'b' 16:END"},
         {"abc*", "0:BRANCH>17 3:EXACTLY>9'ab' 9:STAR>17 12:EXACTLY'c' 17:END"},
         {"^.+$", "0:BRANCH>15 3:BOL>6 6:PLUS>12 9:ANY 12:EOL>15 15:END"},
         {"a?b", "0:BRANCH>22 3:BRANCH>11 6:EXACTLY>14'a' 11:BRANCH>14 14:NOTHING>17 17:EXACTLY>22'b' 22:END"},
-        {"(a)", "0:BRANCH>17 3:OPEN1>6 6:BRANCH>14 9:EXACTLY>14'a' 14:CLOSE1>17 17:END"},
         {"(a)*", "0:BRANCH>29 3:BRANCH>23 6:OPEN1>9 9:BRANCH>17 12:EXACTLY>17'a' 17:CLOSE1>20 20:BACK>3 "
                  "23:BRANCH>26 26:NOTHING>29 29:END"},
         {"(a)+", "0:BRANCH>29 3:OPEN1>6 6:BRANCH>14 9:EXACTLY>14'a' 14:CLOSE1>17 17:BRANCH>23 20:BACK>3 "
                  "23:BRANCH>26 26:NOTHING>29 29:END"},
         {"[a-cx-]*[^b]", "0:BRANCH>20 3:STAR>15 6:ANYOF'abcx-' 15:ANYBUT>20'b' 20:END"},
     };
-    for (const auto& tried : cases)
-        CHECK(Probe(tried.pattern).Print() == tried.program);
+    kiv::test::CheckRows(rows, [](const char* pattern) { return Probe(pattern).Print(); });
 }
 
 TEST_CASE("the compiler finds out what lets a search skip") {
-    const char* const cases[][2] = {
-        {"abc", "a"},       {"a|b", ""},          {"^abc", "^"},           {"^a|b", ""},    {"a*bc", "*bc"},
-        {"a+bc.de", "*de"}, {"x*abc.de", "*abc"}, {"(a)*bc(defg)", "*bc"}, {"x*(abc)", ""}, {"(a)bc", ""},
-        {"ab*", "a"},       {"^x*ab", "^"},       {"a*b|a*c", ""},
-    };
-    for (const auto& [pattern, hints] : cases) {
-        CAPTURE(pattern);
-        CHECK(Probe(pattern).Hints() == hints);
-    }
+    const std::pair<const char*, const char*> rows[] = {
+        {"abc", "a"},       {"a|b", ""},          {"^abc", "^"},           {"^a|b", ""},
+        {"a+bc.de", "*de"}, {"x*abc.de", "*abc"}, {"(a)*bc(defg)", "*bc"}, {"x*(abc)", ""},
+        {"ab*", "a"},       {"a*b|a*c", ""}};
+    kiv::test::CheckRows(rows, [](const char* pattern) { return Probe(pattern).Hints(); });
 }
 
-TEST_CASE("patterns have up to 255 characters") {
+TEST_CASE("patterns have up to 255 characters; what fails leaves all as it was") {
     CRegExp compiled;
-    CHECK(compiled.RegComp(Exact(Repeated("a", 255)).get()) == &compiled);
-    CHECK(compiled.RegComp(Repeated("b", 256).c_str()) == nullptr);
-    CHECK(compiled.RegComp(nullptr) == nullptr);
-    CHECK(compiled.RegFind(Repeated("a", 300).c_str()) == 0);  // all as it was
+    CHECK((compiled.RegFind("a") == -1 && compiled.RegComp("(") == nullptr && compiled.RegFind("a") == -1));
+    CHECK(compiled.RegComp(Exact(std::string(255, 'a')).get()) == &compiled);
+    CHECK((compiled.RegComp(std::string(256, 'b').c_str()) == nullptr && compiled.RegComp(nullptr) == nullptr));
+    CHECK(compiled.RegFind(std::string(300, 'a').c_str()) == 0);
+    CHECK((compiled.RegComp("b**") == nullptr && compiled.GetFindLen() == 255));  // program and match before stay
     CHECK(compiled.RegComp(("x" + Repeated("[\x01-\x7F]", 50)).c_str()) == &compiled);
-    CHECK(compiled.RegFind(("x" + Repeated("y", 50)).c_str()) == 0);
-    CHECK(compiled.RegComp(Repeated("|a", 127).c_str()) == &compiled);
-    CHECK(compiled.RegFind("b") == 0);
-}
-
-TEST_CASE("an object before and after what fails") {
-    CRegExp compiled;
-    CHECK(compiled.RegFind("a") == -1);
-    CHECK(compiled.RegComp("(") == nullptr);
-    CHECK(compiled.RegFind("a") == -1);
-    REQUIRE(compiled.RegComp("b+") != nullptr);
-    CHECK(compiled.RegFind("abb") == 1);
-    CHECK(compiled.RegComp("b**") == nullptr);  // program and match before stay
-    CHECK(compiled.GetFindLen() == 2);
     for (const char* text : {static_cast<const char*>(nullptr), "xyz"}) {
-        REQUIRE(compiled.RegFind("b") == 0);
-        CHECK(compiled.RegFind(text) == -1);
-        CHECK(compiled.GetFindLen() == 0);
+        REQUIRE(compiled.RegFind(("x" + Repeated("y", 50)).c_str()) == 0);
+        CHECK((compiled.RegFind(text) == -1 && compiled.GetFindLen() == 0));
         CHECK(compiled.GetReplaceString("&", nullptr, 0) == 0);
     }
 }
@@ -196,25 +153,22 @@ TEST_CASE("replacement texts") {
     CRegExp compiled;
     REQUIRE(compiled.RegComp("(b)(x)?c") != nullptr);
     REQUIRE(compiled.RegFind(Exact("abcd").get()) == 1);  // the text is gone now
-    CHECK(Replaced(compiled, "\\1\\2\\3\\0") == "bbc");
+    CHECK((Replaced(compiled, "\\1\\2\\3\\0") == "bbc" && Replaced(compiled, "").empty()));
     CHECK(Replaced(compiled, "\\x&\\\\1\\&\\") == "\\xbc\\1&\\");
-    CHECK(Replaced(compiled, "") == "");
     CHECK(compiled.GetReplaceString(nullptr, nullptr, 0) == 0);
     char dest[5] = "xxxx";
-    CHECK(compiled.GetReplaceString("[&]", dest, 4) == 5);
-    CHECK(std::string(dest) == "xxxx");
-    CHECK(compiled.GetReplaceString("[&]", dest, 5) == 5);
-    CHECK(std::string(dest) == "[bc]");
+    CHECK((compiled.GetReplaceString("[&]", dest, 4) == 5 && dest == std::string("xxxx")));
+    CHECK((compiled.GetReplaceString("[&]", dest, 5) == 5 && dest == std::string("[bc]")));
 
     const unsigned size = 16 * 1024 * 1024;
     REQUIRE(compiled.RegComp("a+") != nullptr);
-    REQUIRE(compiled.RegFind(Repeated("a", size).c_str()) == 0);
-    CHECK(compiled.GetReplaceString(Repeated("&", 255).c_str(), nullptr, 0) == 255 * size + 1);
-    CHECK(compiled.GetReplaceString(Repeated("&", 256).c_str(), nullptr, 0) == 0);  // 2^32 and a terminator
+    REQUIRE(compiled.RegFind(std::string(size, 'a').c_str()) == 0);
+    CHECK(compiled.GetReplaceString(std::string(255, '&').c_str(), nullptr, 0) == 255 * size + 1);
+    CHECK(compiled.GetReplaceString(std::string(256, '&').c_str(), nullptr, 0) == 0);  // 2^32 and a terminator
 }
 
 TEST_CASE("copies are objects of their own") {
-    for (const std::string& text : {std::string("abb"), "a" + Repeated("b", 100), std::string("xyz")}) {
+    for (const std::string& text : {std::string("abb"), "a" + std::string(100, 'b'), std::string("xyz")}) {
         CAPTURE(text);
         auto source = std::make_unique<Probe>("(a)*bb*");
         source->RegFind(Exact(text).get());
@@ -224,14 +178,12 @@ TEST_CASE("copies are objects of their own") {
         Probe assigned("else");
         assigned.RegFind("else");
         assigned = *source;
-        CHECK(assigned.Hints() == source->Hints());
-        CHECK(CRegExpLayout::Must(assigned) != CRegExpLayout::Must(*source));
+        CHECK((assigned.Hints() == source->Hints() && CRegExpLayout::Must(assigned) != CRegExpLayout::Must(*source)));
         *source = *source;
         CHECK(Replaced(*source, "<&\\1>") == expected);
         source.reset();
         CHECK(Replaced(assigned, "<&\\1>") == expected);
-        for (CRegExp* each : {&copy, static_cast<CRegExp*>(&assigned)})
-            CHECK(each->RegFind("xab") == 1);
+        CHECK((copy.RegFind("xab") == 1 && assigned.RegFind("xab") == 1));
     }
     Probe failed("x");
     failed.RegComp("(");
@@ -245,49 +197,36 @@ TEST_CASE("long texts need no deep recursion and no exponential time") {
     const struct {
         const char* pattern;
         std::string text;
-        int offset;
-        int length;
+        int offset, length;
     } cases[] = {
-        {"(a|b)*c", Repeated("b", 1000000) + "c", 0, 1000001},
-        {"(a|b)*c[0-9]", "c" + Repeated("a", 1000000), -1, 0},
-        {"((a*)b)*[cd]", Repeated("b", 200000) + "ad", 200001, 1},
-        {"((a|ab)(b|c)*)*d", Repeated("a", 300000) + "bcd", 0, 300003},
-        {"(a|ab|b)*$", Repeated("a", 200000) + Repeated("b", 200000), 0, 400000},
-        {"(a+)+[bc]", Repeated("a", 100000), -1, 0},
-        {"(a|a|aa)+[bc]", Repeated("a", 3000), -1, 0},
-        {"(((a+)+)+x?)+[bc]", Repeated("a", 3000), -1, 0},
-        {"a*a*a*a*[bc]", Repeated("a", 100000), -1, 0},
-        {".*.*.*x.*[yz]", Repeated("x", 20000), -1, 0},
+        {"(a|b)*c", std::string(1000000, 'b') + "c", 0, 1000001},
+        {"((a*)b)*[cd]", std::string(200000, 'b') + "ad", 200001, 1},
+        {"((a|ab)(b|c)*)*d", std::string(300000, 'a') + "bcd", 0, 300003},
+        {"(a+)+[bc]", std::string(100000, 'a'), -1, 0},
+        {"(((a+)+)+x?)+[bc]", std::string(3000, 'a'), -1, 0},
+        {"a*a*a*a*[bc]", std::string(100000, 'a'), -1, 0},
+        {".*.*.*x.*[yz]", std::string(20000, 'x'), -1, 0},
     };
     for (const auto& tried : cases) {
         CAPTURE(tried.pattern);
         Probe compiled(tried.pattern);
-        CHECK(compiled.RegFind(tried.text.c_str()) == tried.offset);
-        CHECK(compiled.GetFindLen() == tried.length);
+        CHECK((compiled.RegFind(tried.text.c_str()) == tried.offset && compiled.GetFindLen() == tried.length));
     }
 }
 
 TEST_CASE("derived classes can take the matcher's steps one by one") {
     Probe probe("(a+)[bc]*");
-    CHECK(probe.regtry(nullptr) == 0);
     char text[] = "xaabcd";
-    CHECK(probe.RegFind(text) == 1);
-    CHECK(probe.regtry(text) == 0);
-    CHECK(probe.regtry(text + 2) == 1);  // leaves the input cursor behind "abc"
-    CHECK(probe.GetFindLen() == 3);
+    CHECK((probe.regtry(nullptr) == 0 && probe.RegFind(text) == 1 && probe.regtry(text) == 0));
+    CHECK((probe.regtry(text + 2) == 1 && probe.GetFindLen() == 3));  // leaves the input cursor behind "abc"
     char any[] = {CRegExp::OP_ANY, 0, 0};
     char literal[] = {CRegExp::OP_EXACTLY, 0, 0, 'd', 0};
     char unknown[] = {77, 0, 0};
-    CHECK(probe.regrepeat(any) == 1);
-    CHECK(probe.regrepeat(literal) == 1);
-    CHECK(probe.regrepeat(unknown) == 0);
-    CHECK(probe.regmatch(unknown) == 0);
-    CHECK(probe.regmatch(literal) == 0);  // no next node
+    CHECK((probe.regrepeat(any) == 1 && probe.regrepeat(literal) == 1 && probe.regrepeat(unknown) == 0));
+    CHECK((probe.regmatch(unknown) == 0 && probe.regmatch(literal) == 0));  // no next node
     char accepted[] = {CRegExp::OP_EXACTLY, 5, 0, 'd', 0, CRegExp::OP_END, 0, 0};
-    CHECK(probe.regmatch(accepted) == 1);
-    CHECK(probe.regrepeat(any) == 0);
+    CHECK((probe.regmatch(accepted) == 1 && probe.regrepeat(any) == 0));
     char* const dummy = probe.regnode(CRegExp::OP_ANY);  // outside of a compilation nodes are only counted
     probe.regtail(dummy, dummy);
-    CHECK(probe.regnext(dummy) == nullptr);
-    CHECK(probe.RegFind(text) == 1);
+    CHECK((probe.regnext(dummy) == nullptr && probe.RegFind(text) == 1));
 }

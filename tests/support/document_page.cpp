@@ -13,10 +13,10 @@ namespace kiv::test {
 namespace {
 
 std::string CellOf(std::string text) {
-    const auto isQuote = [](char c) { return c == ' ' || c == '`'; };
-    while (!text.empty() && isQuote(text.back()))
-        text.pop_back();
-    text.erase(text.begin(), std::find_if_not(text.begin(), text.end(), isQuote));
+    text.erase(0, text.find_first_not_of(' '));
+    text.erase(text.find_last_not_of(' ') + 1);
+    if (text.size() >= 2 && text.front() == '`' && text.back() == '`')
+        text = text.substr(1, text.size() - 2);
     for (std::size_t at = 0; (at = text.find("\\|", at)) != std::string::npos; ++at)
         text.erase(at, 1);
     return text;
@@ -63,11 +63,12 @@ std::vector<DocumentPage::Row> DocumentPage::Table(const Row& heading) const {
         const Row cells = IsRow(line) ? CellsOf(line) : Row();
         return cells.size() >= heading.size() && std::equal(heading.begin(), heading.end(), cells.begin());
     };
-    auto line = std::find_if(m_lines.begin(), m_lines.end(), begins);
-    REQUIRE_MESSAGE(m_lines.end() - line > 2, heading[0]);
     std::vector<Row> rows;
-    for (line += 2; line != m_lines.end() && IsRow(*line); ++line)
-        rows.push_back(CellsOf(*line));
+    for (auto line = m_lines.begin(); (line = std::find_if(line, m_lines.end(), begins)) != m_lines.end();) {
+        REQUIRE_MESSAGE(m_lines.end() - line > 2, heading[0]);
+        for (line += 2; line != m_lines.end() && IsRow(*line); ++line)
+            rows.push_back(CellsOf(*line));
+    }
     REQUIRE(!rows.empty());
     return rows;
 }

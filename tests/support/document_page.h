@@ -11,8 +11,8 @@ class DocumentPage {
 public:
     explicit DocumentPage(const std::string& name);
 
-    // The rows of the first table whose heading begins with these cells; at least one. Cells lose the blanks and back
-    // quotes around them, and the backslash of "\|".
+    // The rows of the tables whose heading begins with these cells; at least one. Cells lose the blanks around them, a
+    // pair of back quotes and the backslash of "\|".
     using Row = std::vector<std::string>;
     std::vector<Row> Table(const Row& heading) const;
 
