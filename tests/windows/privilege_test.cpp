@@ -48,12 +48,8 @@ TEST_CASE("a privilege is on while the object lives") {
     const OwnToken process(false);
     {
         const CKivPrivilege privilege(kName, 1);
-        CHECK(privilege.Granted() == 1);
-        CHECK(process.IsOn());
-        {
-            const CKivPrivilege again(process, kName);
-            CHECK(again.Granted() == 1);
-        }
+        CHECK((privilege.Granted() == 1 && process.IsOn()));
+        CHECK(CKivPrivilege(process, kName).Granted() == 1);
         CHECK_FALSE(process.IsOn());  // although it had been on before
         ::SetLastError(77);
     }
@@ -61,34 +57,23 @@ TEST_CASE("a privilege is on while the object lives") {
     CHECK(log.Lines() == Lines{kEnabling, kEnabling, kDisabling, kDisabling});
 }
 
-TEST_CASE("a thread needs a token of its own") {
+TEST_CASE("a thread needs a token of its own; what cannot be changed is not granted") {
     const kiv::test::RecordingLog log;
     const OwnToken process(false);
-    CHECK(CKivPrivilege(kName, 0).Granted() == 0);
-    CHECK(::GetLastError() == ERROR_NO_TOKEN);
+    CHECK((CKivPrivilege(kName, 0).Granted() == 0 && ::GetLastError() == ERROR_NO_TOKEN));
     REQUIRE(::ImpersonateSelf(SecurityImpersonation));
     const OwnToken thread(true);
     {
         const CKivPrivilege privilege(kName, 0);
-        CHECK(privilege.Granted() == 1);
-        CHECK(thread.IsOn());
-        CHECK_FALSE(process.IsOn());
+        CHECK((privilege.Granted() == 1 && thread.IsOn() && !process.IsOn()));
     }
     CHECK_FALSE(thread.IsOn());
     ::RevertToSelf();
-    CHECK(log.Lines() ==
-          Lines{"3E Security : cannot set privilege for thread (not impersonating) (1008)", kEnabling, kDisabling});
-}
-
-TEST_CASE("a privilege that cannot be changed is not granted") {
-    const kiv::test::RecordingLog log;
-    CHECK(CKivPrivilege("SeNoSuchPrivilege", 1).Granted() == 0);
-    CHECK(::GetLastError() == ERROR_NO_SUCH_PRIVILEGE);
-    CHECK(CKivPrivilege(nullptr, kName).Granted() == 0);
-    CHECK(::GetLastError() == ERROR_INVALID_HANDLE);
-    CHECK(CKivPrivilege(nullptr, 1).Granted() == 0);
-    CHECK(::GetLastError() == ERROR_INVALID_PARAMETER);
-    CHECK(log.Lines() == Lines{"3  Security : Enabling privilege 'SeNoSuchPrivilege'...",
+    CHECK((CKivPrivilege("SeNoSuchPrivilege", 1).Granted() == 0 && ::GetLastError() == ERROR_NO_SUCH_PRIVILEGE));
+    CHECK((CKivPrivilege(nullptr, kName).Granted() == 0 && ::GetLastError() == ERROR_INVALID_HANDLE));
+    CHECK((CKivPrivilege(nullptr, 1).Granted() == 0 && ::GetLastError() == ERROR_INVALID_PARAMETER));
+    CHECK(log.Lines() == Lines{"3E Security : cannot set privilege for thread (not impersonating) (1008)", kEnabling,
+                               kDisabling, "3  Security : Enabling privilege 'SeNoSuchPrivilege'...",
                                "3E Security : failed to set privilege (1313)", kEnabling,
                                "3E Security : failed to set privilege (6)"});
 }
@@ -97,14 +82,10 @@ TEST_CASE("a copy turns the privilege off too, with a name of its own") {
     const kiv::test::RecordingLog log;
     {
         CKivPrivilege copy("SeNoSuchPrivilege", 1);
-        {
-            const CKivPrivilege privilege(kName, 1);
-            copy = privilege;
-        }
+        copy = CKivPrivilege(kName, 1);
         const CKivPrivilege& itself = copy;
         copy = itself;
-        const CKivPrivilege second(copy);
-        CHECK(second.Granted() == 1);
+        CHECK(CKivPrivilege(copy).Granted() == 1);
     }
     const Lines lines = log.Lines();
     REQUIRE(lines.size() == 6);

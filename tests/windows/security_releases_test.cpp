@@ -15,14 +15,14 @@ const bool g_has = !kiv::test::ThisReleaseIs9x();
 
 }  // namespace
 
-TEST_CASE("SIDs, tokens and rights exist on the NT family only") {
-    const kiv::test::RecordingLog log;
+TEST_CASE("security data exist on the NT family only") {
+    kiv::test::RecordingLog log;
     CKivSid sid("S-1-1-0");
     CHECK(sid.IsValid() == g_has);
     sid = CKivSid::WKS_EVERYONE;
     CHECK(sid.Create(CKivSid::AUTH_WORLD, 1, 0UL) == g_has);
     SID everyone = {SID_REVISION, 1, SECURITY_WORLD_SID_AUTHORITY, {SECURITY_WORLD_RID}};
-    CHECK((sid == CKivSid(&everyone)) == true);
+    CHECK(sid == CKivSid(&everyone));
     CHECK((CKivSid::FromThreadUser(::GetCurrentThread()).GetSid() != nullptr) == g_has);
 
     CKivToken token;
@@ -30,48 +30,29 @@ TEST_CASE("SIDs, tokens and rights exist on the NT family only") {
     unsigned long size = sizeof text;
     CHECK(token.OpenThreadToken(::GetCurrentThread(), TOKEN_QUERY) == g_has);
     CHECK(token.OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY) == g_has);
-    CHECK(KivGetCurrentProcessSid(text, &size) == g_has);
-    CHECK((text[0] == 'S') == g_has);
+    CHECK((KivGetCurrentProcessSid(text, &size) == g_has && (text[0] == 'S') == g_has));
     void* logon = KivGetCurrentProcessLogonSid();
     CHECK((logon != nullptr) == g_has);
     KivFreeSid(logon);
-    token.DumpToLog("Any");
-    CHECK(log.Lines().empty() == !g_has);
-    CHECK(KivAddAccountPrivilege(nullptr, "Users", "") == 0);
-    CHECK(KivGetCurrentThreadSid(text, &size, 1) == 0);
-    CHECK(log.Lines().empty() == !g_has);
-}
-
-TEST_CASE("a privilege of the 9x family is granted and nothing happens") {
-    const kiv::test::RecordingLog log;
-    for (const char* name : {"SeShutdownPrivilege", "SeNoSuchPrivilege"}) {
-        const bool granted = CKivPrivilege(name, 1).Granted() != 0;
-        CHECK(granted == (!g_has || std::string(name) == "SeShutdownPrivilege"));
-        CHECK(CKivPrivilege(name, 0).Granted() == !g_has);
-        CHECK(CKivPrivilege(nullptr, name).Granted() == !g_has);
+    CHECK((KivAddAccountPrivilege(nullptr, "Users", "") == 0 && KivGetCurrentThreadSid(text, &size, 1) == 0));
+    for (const char* name : {"SeShutdownPrivilege", "SeNoSuchPrivilege"}) {  // granted on 9x, and nothing happens
+        CHECK((CKivPrivilege(name, 1).Granted() != 0) == (!g_has || std::string(name) == "SeShutdownPrivilege"));
+        CHECK((CKivPrivilege(name, 0).Granted() == !g_has && CKivPrivilege(nullptr, name).Granted() == !g_has));
     }
-    CHECK(log.Lines().empty() == !g_has);
-}
 
-TEST_CASE("lists exist on the NT family only") {
-    kiv::test::RecordingLog log;
     CKivAcl acl;
     acl = "{0-3-0x10000000-[S-1-5-32-544]}";
-    CHECK((acl.GetAcl() != nullptr) == g_has);
-    CHECK(acl.GetAceCount() == (g_has ? 1 : -1));
+    CHECK(((acl.GetAcl() != nullptr) == g_has && acl.GetAceCount() == (g_has ? 1 : -1)));
     CHECK((static_cast<const char*>(acl) != nullptr) == g_has);
-    CKivSid everyone("S-1-1-0");
-    CHECK(acl.AddAce(1, 0, 1, everyone) == g_has);
-    CHECK((CKivAce(everyone, 1, 1).GetAce() != nullptr) == g_has);
-    acl.DumpToLog("Any");
-    CHECK(log.Lines().empty() == !g_has);
-}
-
-TEST_CASE("descriptors exist on the NT family only") {
+    CHECK((acl.AddAce(1, 0, 1, &everyone) == g_has && (CKivAce(&everyone, 1, 1).GetAce() != nullptr) == g_has));
     CKivSecurityDescriptor sd;
-    CHECK((sd.GetSecurityDescriptor() != nullptr) == g_has);
-    CHECK(sd.SetDacl(nullptr) == g_has);
+    CHECK(((sd.GetSecurityDescriptor() != nullptr) == g_has && sd.SetDacl(nullptr) == g_has));
     CHECK(sd.FromKernelObject(::GetCurrentProcess()) == g_has);
     CHECK((CKivSecurityDescriptor::MakeSelfRelativeCopy(sd) == nullptr) == !g_has);
     CHECK(sd.SetKernelObjectDacl(::GetCurrentProcess()) == g_has);
+    if (g_has)
+        return;
+    token.DumpToLog("Any");
+    acl.DumpToLog("Any");
+    CHECK(log.Lines().empty());
 }

@@ -82,69 +82,47 @@ struct PlayedDatabase {
 }  // namespace
 
 TEST_CASE("well-known SIDs are the system's, by number and by text") {
-    const struct {
-        int which;
-        const char* text;
-    } rows[] = {{0, "S-1-1-0"},  {2, "S-1-5-32-546"}, {4, "S-1-5-32-545"}, {6, "S-1-5-32-547"},
-                {7, "S-1-5-11"}, {8, "S-1-5-32-544"}, {9, "S-1-0-0"},      {10, "S-1-5-18"}};
+    const std::pair<int, const char*> rows[] = {{0, "S-1-1-0"},      {2, "S-1-5-32-546"}, {4, "S-1-5-32-545"},
+                                                {6, "S-1-5-32-547"}, {7, "S-1-5-11"},     {8, "S-1-5-32-544"},
+                                                {9, "S-1-0-0"},      {10, "S-1-5-18"}};
     for (const auto& row : rows) {
-        CAPTURE(row.text);
+        CAPTURE(row.second);
         CKivSid known;
-        known = static_cast<CKivSid::WellKnownSid>(row.which);
-        CHECK(Is(known, row.text));
-        CKivSid read(row.text);
-        CHECK(Is(read, row.text));
+        known = static_cast<CKivSid::WellKnownSid>(row.first);
+        CKivSid read(row.second);
         for (const int other : {1, 3, 5, 11, -1})
             read = static_cast<CKivSid::WellKnownSid>(other);
-        CHECK(Is(read, row.text));
+        CHECK((Is(known, row.second) && Is(read, row.second)));
     }
-}
-
-TEST_CASE("a SID is built from its parts") {
     CKivSid sid;
-    CHECK(sid.Create(CKivSid::AUTH_CREATOR, 2, 0xFFFFFFFFUL, 7UL) == 1);
-    CHECK(Is(sid, "S-1-3-4294967295-7"));
+    CHECK((sid.Create(CKivSid::AUTH_CREATOR, 2, 0xFFFFFFFFUL, 7UL) == 1 && Is(sid, "S-1-3-4294967295-7")));
     CHECK(CKivSidLayout::HeapOwned(sid) == 0);
-    CHECK(sid.Create(static_cast<CKivSid::Authorities>(77), 0) == 1);
-    CHECK(TextOf(sid) == "S-1-5");
+    CHECK((sid.Create(static_cast<CKivSid::Authorities>(77), 0) == 1 && TextOf(sid) == "S-1-5"));
     CHECK(sid.Create(CKivSid::AUTH_NULL, 10, 1UL, 2UL, 3UL, 4UL, 5UL, 6UL, 7UL, 8UL, 9UL, 10UL) == 1);
     CHECK(Is(sid, "S-1-0-1-2-3-4-5-6-7-8"));
 }
 
-TEST_CASE("objects own copies, of their own parts too") {
+TEST_CASE("objects own copies, of their own parts too; null and what is no SID leave them empty") {
     CKivSid sid("S-1-5-32-544");
     sid = sid.GetSid();
-    CHECK(Is(sid, "S-1-5-32-544"));
     CHECK(CKivSidLayout::HeapOwned(sid) == 1);
     const CKivSid& itself = sid;
     sid = itself;
     sid = static_cast<const char*>(sid);
-    CHECK(Is(sid, "S-1-5-32-544"));
-    CHECK(std::string(sid.GetName()) == "Administrators");
+    CHECK((Is(sid, "S-1-5-32-544") && sid.GetName() == std::string("Administrators")));
     sid = "S-1-1-0";  // drops the cached texts
-    CHECK(Is(sid, "S-1-1-0"));
-    CHECK(std::string(sid.GetName()) == "Everyone");
-
+    CHECK((Is(sid, "S-1-1-0") && sid.GetName() == std::string("Everyone")));
     CKivSid copy(sid);
-    CHECK(copy.GetSid() != sid.GetSid());
-    CHECK(copy == sid);
-    CHECK_FALSE(copy == CKivSid("S-1-1-1"));
-    CHECK_FALSE(copy == nullptr);
+    CHECK((copy.GetSid() != sid.GetSid() && copy == sid && !(copy == CKivSid("S-1-1-1")) && !(copy == nullptr)));
     unsigned char longest[8 + 15 * 4] = {1, 15, 0xFF, 0, 0, 0, 0, 1, 9};
     copy = static_cast<void*>(longest);
-    CHECK(copy == longest);
-    CHECK(TextOf(copy) == "S-1-0xff0000000001-9-0-0-0-0-0-0-0-0-0-0-0-0-0-0");
-}
+    CHECK((copy == longest && TextOf(copy) == "S-1-0xff0000000001-9-0-0-0-0-0-0-0-0-0-0-0-0-0-0"));
 
-TEST_CASE("null and what is no SID leave the object empty") {
     unsigned char tooMany[8 + 16 * 4] = {1, 16};
-    CKivSid sid = nullptr;
-    CHECK(IsEmpty(CKivSid(static_cast<const char*>(nullptr))));
-    sid = "S-1-5-18";
+    CHECK((IsEmpty(nullptr) && IsEmpty(CKivSid(static_cast<const char*>(nullptr)))));
     sid = static_cast<void*>(tooMany);
-    CHECK(IsEmpty(sid));
-    CHECK(sid == CKivSid());
-    CHECK((sid.IsValid() == 0 && TextOf(sid) == "(null)" && sid.GetName() == nullptr && sid.GetDomain() == nullptr));
+    CHECK((IsEmpty(sid) && sid == CKivSid() && sid.IsValid() == 0));
+    CHECK((TextOf(sid) == "(null)" && sid.GetName() == nullptr && sid.GetDomain() == nullptr));
 }
 
 TEST_CASE("accounts of this machine are found by name and named") {
@@ -153,79 +131,66 @@ TEST_CASE("accounts of this machine are found by name and named") {
     const std::string name = user.GetName();
     CHECK(CKivSid((std::string(user.GetDomain()) + "\\" + name).c_str()) == user);
     CHECK(CKivSid((".\\" + name).c_str()) == user);
-    for (const std::string& unknown :
-         {std::string(), std::string(".\\"), std::string(300, 'a'), std::string("s-1-5-18")}) {
-        CAPTURE(unknown);
+    for (const std::string& unknown : {std::string(), std::string(".\\"), std::string(300, 'a')}) {
         CKivSid sid("S-1-5-18");
         sid = unknown.c_str();
-        CHECK(::GetLastError() == ERROR_NONE_MAPPED);
-        CHECK(IsEmpty(sid));
+        CHECK((::GetLastError() == ERROR_NONE_MAPPED && IsEmpty(sid)));
     }
     CKivSid nobody("S-1-5-21-1-2-3-4");
-    CHECK(std::string(nobody.GetDomain()).empty());
-    CHECK(std::string(nobody.GetName()).empty());
+    CHECK((std::string(nobody.GetDomain()).empty() && std::string(nobody.GetName()).empty()));
 }
 
 TEST_CASE("an account gets two look-ups, and the second must answer a SID") {
     CKivSid sid("S-1-5-18");
     {
         const PlayedDatabase database(false);
-        CHECK(sid.GetName() == std::string(200, 'n'));
-        CHECK(std::string(sid.GetDomain()) == "DOM");
+        CHECK((sid.GetName() == std::string(200, 'n') && sid.GetDomain() == std::string("DOM")));
         sid = ".\\somebody";
-        CHECK(PlayedDatabase::asked == "somebody");
-        CHECK(Is(sid, "S-1-5-21-7"));
-        CHECK(PlayedDatabase::calls == 4);
+        CHECK((PlayedDatabase::asked == "somebody" && Is(sid, "S-1-5-21-7") && PlayedDatabase::calls == 4));
     }
     const PlayedDatabase database(true);
-    CHECK(std::string(sid.GetName()).empty());
-    CHECK(std::string(sid.GetDomain()).empty());
+    CHECK((std::string(sid.GetName()).empty() && std::string(sid.GetDomain()).empty()));
     sid = "somebody";
-    CHECK(::GetLastError() == ERROR_INSUFFICIENT_BUFFER);
-    CHECK(IsEmpty(sid));
-    CHECK(PlayedDatabase::calls == 4);
+    CHECK((::GetLastError() == ERROR_INSUFFICIENT_BUFFER && IsEmpty(sid) && PlayedDatabase::calls == 4));
     const PlayedDatabase junk(false, true);
     sid = "somebody";
     CHECK(IsEmpty(sid));
 }
 
-TEST_CASE("nothing is left behind") {
-    const auto work = [] {
-        CKivSid sid("S-1-5-32-544");
-        TextOf(sid);
-        sid.GetName();
-        sid = CKivSid(sid).GetSid();
-        sid = "Users";
-        sid = "no such account";
-        sid = CKivSid::WKS_EVERYONE;
-        CKivToken token;
-        token.OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY);
-        CKivToken copy(token);
-        token.GetGroupAt(copy.GetGroupCount() - 1);
-        token.DumpToLog("Any");
-        token.OpenThreadToken(::GetCurrentThread(), TOKEN_QUERY);
-        const CKivPrivilege privilege("SeShutdownPrivilege", 1);
-        CKivPrivilege second(privilege);
-        second = privilege;
-        KivFreeSid(KivGetCurrentProcessLogonSid());
-        KivAddAccountPrivilege(nullptr, "Users", "");
-    };
-    work();
+TEST_CASE("nothing is left behind; without the system's call no token is duplicated") {
     kiv::test::RecordingLog log;
-    const kiv::test::ResourceCount before = kiv::test::CountResources();
-    for (int i = 0; i < 20; ++i)
-        work();
-    log.Clear();
-    CHECK(kiv::test::CountResources() == before);
-}
+    kiv::test::ResourceCount counts[2]{};
+    for (int i = 0; i < 20; ++i) {
+        {
+            CKivSid sid("S-1-5-32-544");
+            TextOf(sid);
+            sid.GetName();
+            sid = CKivSid(sid).GetSid();
+            sid = "Users";
+            sid = "no such account";
+            sid = CKivSid::WKS_EVERYONE;
+            CKivToken token;
+            token.OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY);
+            CKivToken copy(token);
+            token.GetGroupAt(copy.GetGroupCount() - 1);
+            token.DumpToLog("Any");
+            token.OpenThreadToken(::GetCurrentThread(), TOKEN_QUERY);
+            const CKivPrivilege privilege("SeShutdownPrivilege", 1);
+            CKivPrivilege second(privilege);
+            second = privilege;
+            KivFreeSid(KivGetCurrentProcessLogonSid());
+            KivAddAccountPrivilege(nullptr, "Users", "");
+        }
+        log.Clear();
+        counts[i == 0 ? 0 : 1] = kiv::test::CountResources();
+    }
+    CHECK(counts[0] == counts[1]);
 
-TEST_CASE("without the system's call no token is duplicated") {
     CKivToken token;
     REQUIRE(token.OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY | TOKEN_DUPLICATE) == 1);
     kiv::test::SwappedApi<kiv::TokenApi> tokens;
     tokens->duplicate = nullptr;
     void* duplicate = &token;
-    CHECK(token.DuplicateTo(&duplicate, SecurityIdentification, nullptr) == 0);
+    CHECK((token.DuplicateTo(&duplicate, SecurityIdentification, nullptr) == 0 && duplicate == nullptr));
     CHECK(::GetLastError() == ERROR_PROC_NOT_FOUND);
-    CHECK(duplicate == nullptr);
 }
