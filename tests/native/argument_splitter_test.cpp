@@ -17,17 +17,10 @@ using Arguments = std::vector<std::string>;
 
 }  // namespace
 
-TEST_CASE("arguments end at each space outside quotes") {
-    CHECK(Split("a b") == Arguments{"a", "b"});
-    CHECK(Split("a  b") == Arguments{"a", "", "b"});
-    CHECK(Split("\"x y\" z") == Arguments{"\"x y\"", "z"});
-    CHECK(Split("a\"b c\"d e") == Arguments{"a\"b c\"d", "e"});
-    CHECK(Split("a\tb") == Arguments{"a\tb"});
-    CHECK(Split("x ") == Arguments{"x", ""});
-    CHECK(Split(" x") == Arguments{"", "x"});
-    CHECK(Split("a \"b c") == Arguments{"a", "\"b c"});
-}
-
-TEST_CASE("a line of spaces uses every entry that there is room for") {
+TEST_CASE("arguments end at each space outside quotes; each space may take an entry") {
+    const std::pair<const char*, Arguments> rows[] = {
+        {"a  b", {"a", "", "b"}}, {"\"x y\" z", {"\"x y\"", "z"}}, {"a\"b c\"d e", {"a\"b c\"d", "e"}},
+        {"a\tb", {"a\tb"}},       {" x ", {"", "x", ""}},          {"a \"b c", {"a", "\"b c"}}};
+    kiv::test::CheckRows(rows, Split);
     CHECK(Split(std::string(100, ' ')) == Arguments(101, ""));
 }

@@ -48,63 +48,46 @@ bool IsShiftJisLead(unsigned char byte) {
 
 TEST_CASE("checksums are the published ones") {
     for (const Sum sum : {kiv::Crc32Of, kiv::Crc32ByTables}) {
-        CHECK(ChecksumBy(sum, "") == 0);
-        CHECK(ChecksumBy(sum, "a") == 0xE8B7BE43);
-        CHECK(ChecksumBy(sum, "123456789") == 0xCBF43926);
-        CHECK(ChecksumBy(sum, "The quick brown fox jumps over the lazy dog") == 0x414FA339);
-        CHECK(ChecksumBy(sum, std::string(32, '\0')) == 0x190A55AD);
+        CHECK((ChecksumBy(sum, "") == 0 && ChecksumBy(sum, "123456789") == 0xCBF43926));
         CHECK(ChecksumBy(sum, std::string(32, '\xFF')) == 0xFF6CAB0B);
     }
 }
 
 TEST_CASE("every length and alignment gives what the definition gives, in one go and in pieces") {
-    const std::string bytes = RandomBytes(700);
+    const std::string bytes = RandomBytes(100003);
     for (std::size_t size = 0; size < 300; ++size) {
-        const std::string_view part(bytes.data() + size % 17, size);
+        const std::string_view part(bytes.data() + size % 17, size < 299 ? size : 100003 - size % 17);
         const std::uint32_t expected = ByDivision(part);
         REQUIRE(ChecksumBy(kiv::Crc32Of, part) == expected);
         REQUIRE(ChecksumBy(kiv::Crc32ByTables, part) == expected);
         const std::uint32_t first = kiv::Crc32Of(kiv::kCrc32Start, part.data(), size / 3);
-        REQUIRE(~kiv::Crc32Of(first, part.data() + size / 3, size - size / 3) == expected);
+        REQUIRE(~kiv::Crc32Of(first, part.data() + size / 3, part.size() - size / 3) == expected);
     }
-    const std::string many = RandomBytes(100003);
-    CHECK(ChecksumBy(kiv::Crc32Of, many) == ByDivision(many));
-    CHECK(ChecksumBy(kiv::Crc32ByTables, many) == ByDivision(many));
 }
 
-TEST_CASE("a signature has its numbers at their places and zeros elsewhere") {
-    const kiv::SignatureRecord record = kiv::MakeSignature(0xCBF43926);
+TEST_CASE("a signature has its numbers at their places, and counts when kind, version and checksum are there") {
+    const kiv::SignatureRecord good = kiv::MakeSignature(0xCBF43926);
     const std::string expected = std::string("\x34\x36\0\0\x30\0\0\0\x01\0\0\0", 12) + std::string(16, '\0') +
                                  "\x26\x39\xF4\xCB" + std::string(16, '\0');
-    CHECK(std::string(record.begin(), record.end()) == expected);
-}
-
-TEST_CASE("a signature counts when it reaches to its checksum and is of this kind and version") {
-    const kiv::SignatureRecord good = kiv::MakeSignature(0xCBF43926);
+    CHECK(std::string(good.begin(), good.end()) == expected);
     std::uint32_t checksum = 0;
-    CHECK(kiv::ReadSignature(good, 48, checksum));
-    CHECK(checksum == 0xCBF43926);
-    CHECK(kiv::ReadSignature(good, 32, checksum));
-    CHECK_FALSE(kiv::ReadSignature(good, 31, checksum));
-    CHECK_FALSE(kiv::ReadSignature(good, 0, checksum));
-    for (const std::size_t place : {0u, 3u, 8u, 11u}) {
-        kiv::SignatureRecord wrong = good;
-        ++wrong[place];
-        CHECK_FALSE(kiv::ReadSignature(wrong, 48, checksum));
+    CHECK((kiv::ReadSignature(good, 32, checksum) && checksum == 0xCBF43926));
+    CHECK_FALSE((kiv::ReadSignature(good, 31, checksum) || kiv::ReadSignature(good, 0, checksum)));
+    for (const std::size_t place : {0u, 3u, 4u, 8u, 11u, 20u}) {
+        kiv::SignatureRecord other = good;
+        ++other[place];
+        CHECK(kiv::ReadSignature(other, 48, checksum) == (place == 4 || place == 20));  // at which nobody looks
     }
-    kiv::SignatureRecord otherSize = good;
-    otherSize[4] = 1;
-    otherSize[20] = 7;
-    CHECK(kiv::ReadSignature(otherSize, 48, checksum));
 }
 
 TEST_CASE("a signature lies in a folder beside its file") {
-    const auto pathOf = [](std::string_view path) { return kiv::SignaturePathOf(path, IsShiftJisLead); };
-    CHECK(pathOf("C:\\dir\\app.cfg").folder == "C:\\dir\\signatures");
-    CHECK(pathOf("C:\\dir\\app.cfg").file == "C:\\dir\\signatures\\app.cfg.xig");
-    CHECK(pathOf("\\\\host\\share\\a").file == "\\\\host\\share\\signatures\\a.xig");
-    CHECK(pathOf("app.cfg").folder == "signatures");
-    CHECK(pathOf("app.cfg").file == "signatures");
-    CHECK(pathOf("C:/dir/app.cfg").file == "signatures");
-    CHECK(pathOf("C:\\\x83\\\x83\\").file == "C:\\signatures\\\x83\\\x83\\.xig");  // "\" as second byte of a character
+    const std::pair<const char*, const char*> rows[] = {
+        {"C:\\dir\\app.cfg", "C:\\dir\\signatures\\app.cfg.xig"},
+        {"\\\\host\\share\\a", "\\\\host\\share\\signatures\\a.xig"},
+        {"app.cfg", "signatures"},
+        {"C:/dir/app.cfg", "signatures"},
+        {"C:\\\x83\\\x83\\", "C:\\signatures\\\x83\\\x83\\.xig"},  // "\" as second byte of a character
+    };
+    kiv::test::CheckRows(rows, [](const char* path) { return kiv::SignaturePathOf(path, IsShiftJisLead).file; });
+    CHECK(kiv::SignaturePathOf("C:\\dir\\app.cfg", IsShiftJisLead).folder == "C:\\dir\\signatures");
 }

@@ -5,15 +5,7 @@
 
 namespace kiv::test {
 
-RecordingLog::RecordingLog() {
-    KivRecordingClear();
-}
-
-RecordingLog::~RecordingLog() {
-    KivRecordingClear();
-}
-
-std::vector<std::string> RecordingLog::Lines() const {
+std::vector<std::string> RecordedLines() {
     std::vector<std::string> lines;
     for (unsigned i = 0; i < KivRecordingCount(); ++i) {
         KivRecordedLine line;
@@ -25,6 +17,14 @@ std::vector<std::string> RecordingLog::Lines() const {
         lines.push_back(std::to_string(line.level) + line.kind + " " + text);
     }
     return lines;
+}
+
+RecordingLog::RecordingLog() {
+    KivRecordingClear();
+}
+
+RecordingLog::~RecordingLog() {
+    KivRecordingClear();
 }
 
 void RecordingLog::Clear() {

@@ -6,6 +6,9 @@
 
 namespace kiv::test {
 
+// Level, kind and text of each line so far, in order: "1  text", "3E text"; the component is checked to be "TavKivUt".
+std::vector<std::string> RecordedLines();
+
 // The log lines written between its construction and a look at them. Lines about a Win32 error hold the text
 // before the system's own, since that depends on the system, and the code: "1E failed to open (5)".
 class RecordingLog {
@@ -16,8 +19,7 @@ public:
     RecordingLog(const RecordingLog&) = delete;
     RecordingLog& operator=(const RecordingLog&) = delete;
 
-    // Level, kind and text of each line in order: "1  text", "3E text"; the component is checked to be "TavKivUt".
-    std::vector<std::string> Lines() const;
+    std::vector<std::string> Lines() const { return RecordedLines(); }
     void Clear();
 };
 

@@ -5,8 +5,8 @@
 
 #include "support/check.h"
 #include "support/recording_log.h"
+#include "support/scoped_resource.h"
 #include "support/windows_api.h"
-#include "tavkivlg/recording.h"
 
 struct CriticalSectionMethodHelperLayout {
     static_assert(offsetof(CCriticalSection_MethodHelper, m_section) == 0);
@@ -20,21 +20,16 @@ namespace {
 
 // Whether another thread can take the section right now.
 bool IsFree(CRITICAL_SECTION& section) {
-    struct Attempt {
-        static DWORD WINAPI Run(LPVOID argument) {
-            auto* wanted = static_cast<CRITICAL_SECTION*>(argument);
-            if (!::TryEnterCriticalSection(wanted))
-                return 0;
-            ::LeaveCriticalSection(wanted);
-            return 1;
-        }
+    const auto attempt = [](LPVOID wanted) WINAPI -> DWORD {
+        const BOOL taken = ::TryEnterCriticalSection(static_cast<CRITICAL_SECTION*>(wanted));
+        if (taken)
+            ::LeaveCriticalSection(static_cast<CRITICAL_SECTION*>(wanted));
+        return static_cast<DWORD>(taken);
     };
-    const HANDLE thread = ::CreateThread(nullptr, 0, Attempt::Run, &section, 0, nullptr);
-    REQUIRE(thread != nullptr);
-    ::WaitForSingleObject(thread, INFINITE);
+    const kiv::ScopedKernelObject thread(::CreateThread(nullptr, 0, attempt, &section, 0, nullptr));
     DWORD taken = 0;
-    ::GetExitCodeThread(thread, &taken);
-    ::CloseHandle(thread);
+    REQUIRE(::WaitForSingleObject(thread.Get(), INFINITE) == WAIT_OBJECT_0);
+    ::GetExitCodeThread(thread.Get(), &taken);
     return taken != 0;
 }
 
@@ -53,51 +48,29 @@ private:
 }  // namespace
 
 // First, before any other test clears the record.
-TEST_CASE("loading the library writes one line of detail") {
-    bool found = false;
-    for (unsigned i = 0; i < KivRecordingCount(); ++i) {
-        KivRecordedLine line;
-        REQUIRE(KivRecordingLine(i, &line) == 1);
-        if (std::string(line.text) == "Utilities Library initialized (ANSI Release build)") {
-            found = true;
-            CHECK(line.level == 3);
-            CHECK(line.kind == ' ');
-            CHECK(std::string(line.component) == "TavKivUt");
-        }
-    }
-    CHECK(found);
-}
-
-TEST_CASE("unloading the library writes one line of detail") {
+TEST_CASE("loading and unloading the library writes one line of detail each") {
+    using Lines = std::vector<std::string>;
+    const std::string loaded = "3  Utilities Library initialized (ANSI Release build)";
+    CHECK(kiv::test::RecordedLines() == Lines{loaded});
     // A second copy under another name is loaded and unloaded; the first stays for the other tests.
     REQUIRE(::CopyFileA("tavkivut.dll", "tavkivut_unload.dll", FALSE));
-    kiv::test::RecordingLog log;
+    const kiv::test::RecordingLog log;
     const HMODULE copy = ::LoadLibraryA("tavkivut_unload.dll");
     REQUIRE(copy != nullptr);
     ::FreeLibrary(copy);
     ::DeleteFileA("tavkivut_unload.dll");
-    CHECK(log.Lines() == std::vector<std::string>{"3  Utilities Library initialized (ANSI Release build)",
-                                                  "3  Utilities Library shutdown"});
+    CHECK(log.Lines() == Lines{loaded, "3  Utilities Library shutdown"});
 }
 
-TEST_CASE("a command line is split into one block") {
+TEST_CASE("a command line is split into one block; an empty one gives null and leaves the count alone") {
     int argc = -1;
     char** argv = CommandLineToArgv("setup \"/product:a b\"  /x", &argc);
-    REQUIRE(argv != nullptr);
-    REQUIRE(argc == 4);
-    CHECK(std::string(argv[0]) == "setup");
-    CHECK(std::string(argv[1]) == "\"/product:a b\"");
-    CHECK(std::string(argv[2]).empty());
-    CHECK(std::string(argv[3]) == "/x");
+    REQUIRE((argv != nullptr && argc == 4));
+    CHECK((argv[0] == std::string("setup") && argv[1] == std::string("\"/product:a b\"")));
+    CHECK((argv[2] == std::string() && argv[3] == std::string("/x")));
     ReleaseArgs(argv);
-}
-
-TEST_CASE("an empty command line gives null and leaves the count alone") {
-    int argc = 17;
-    CHECK(CommandLineToArgv(nullptr, &argc) == nullptr);
-    CHECK(CommandLineToArgv("", &argc) == nullptr);
-    CHECK(CommandLineToArgv("x", nullptr) == nullptr);
-    CHECK(argc == 17);
+    CHECK((CommandLineToArgv(nullptr, &argc) == nullptr && CommandLineToArgv("", &argc) == nullptr));
+    CHECK((CommandLineToArgv("x", nullptr) == nullptr && argc == 4));
     ReleaseArgs(nullptr);
 }
 
@@ -111,25 +84,16 @@ TEST_CASE("the guard enters once and leaves at its end") {
         CHECK_FALSE(IsFree(section.Get()));
     }
     CHECK(IsFree(section.Get()));
-}
-
-TEST_CASE("a guard made as entered leaves what its owner entered") {
-    Section section;
     ::EnterCriticalSection(&section.Get());
-    { CCriticalSection_MethodHelper guard(&section.Get(), true); }
+    { CCriticalSection_MethodHelper guard(&section.Get(), true); }  // leaves what its owner entered
     CHECK(IsFree(section.Get()));
-}
-
-TEST_CASE("leaving keeps the flag, so the guard leaves a second time at its end") {
-    Section section;
     {
         CCriticalSection_MethodHelper guard(section.Get(), false);
         guard.Enter();
         guard.Leave();
-        CHECK(IsFree(section.Get()));
         guard.Enter();  // the flag is still set: nothing
         CHECK(IsFree(section.Get()));
-        ::EnterCriticalSection(&section.Get());
+        ::EnterCriticalSection(&section.Get());  // which the guard leaves at its end
     }
     CHECK(IsFree(section.Get()));
 }
@@ -143,9 +107,7 @@ TEST_CASE("the multi-thread model locks, the single-thread model does not") {
     CHECK_FALSE(IsFree(section));
     model.Unlock();
     CHECK(IsFree(section));
-
     CKivSingleThreadModel single;
-    single.Lock();
     single.Lock();
     single.Unlock();
     CKivSingleThreadModel other;
