@@ -12,6 +12,13 @@ using Values = std::vector<int>;
 
 namespace {
 
+template <class Version>
+struct Row {
+    Version version;
+    Values is;
+    const char* text;
+};
+
 // The values that a check answers with that status.
 template <class Check>
 Values Answering(std::int32_t status, const Values& of, const Check& check) {
@@ -26,12 +33,7 @@ Values Answering(std::int32_t status, const Values& of, const Check& check) {
 }  // namespace
 
 TEST_CASE("each system is what it is and nothing else") {
-    struct Row {
-        OsVersion version;
-        Values is;
-        const char* text;
-    };
-    const Row rows[] = {
+    const Row<OsVersion> rows[] = {
         {{1, 4, 0, 0x040003B6}, {OS_ANY_9X, OS_W95}, "Windows 95 (Version 4.0 Build# 950)"},
         {{1, 4, 0, 0x04000457}, {OS_ANY_9X, OS_W95, OS_W95_OSR2}, "Windows 95 (Version 4.0 Build# 1111)"},
         {{1, 4, 10, 0x040A08AE}, {OS_ANY_9X, OS_W98}, "Windows 98 (Version 4.10 Build# 2222)"},
@@ -45,7 +47,7 @@ TEST_CASE("each system is what it is and nothing else") {
     };
     const Values all{OS_ANY_NT, OS_ANY_9X, 0,      OS_NT4,      OS_W2000, OS_XP,
                      OS_W2003,  5,         OS_W95, OS_W95_OSR2, OS_W98,   OS_WME};
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         CAPTURE(row.text);
         const bool nt = row.version.platform == 2;
         const auto check = [&](int which) { return kiv::CheckOsRelease(nt, which, &row.version); };
@@ -63,12 +65,7 @@ TEST_CASE("each system is what it is and nothing else") {
 }
 
 TEST_CASE("each browser is what it is and nothing else") {
-    struct Row {
-        FILE_VERSION version;
-        Values is;
-        const char* text;
-    };
-    const Row rows[] = {
+    const Row<FILE_VERSION> rows[] = {
         {{4, 70, 1154, 9}, {}, "Shldocvw.dll Fileversion 4.70.1154.9"},
         {{4, 70, 1155, 0}, {IE_3X, IE_300}, "Internet Explorer 3.0"},
         {{4, 70, 1214, 0}, {IE_3X, IE_300}, "Internet Explorer 3.0"},
@@ -90,7 +87,7 @@ TEST_CASE("each browser is what it is and nothing else") {
     };
     const Values all{0,      IE_3X,  IE_4X,  IE_5X,  IE_60X, IE_300, IE_301,      IE_302,
                      IE_400, IE_401, IE_500, IE_501, IE_550, IE_600, IE_AFTER_600};
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         CAPTURE(row.text);
         const auto check = [&](int which) { return kiv::CheckIeRelease(which, row.version); };
         CHECK(Answering(kiv::kStatusOk, all, check) == row.is);

@@ -32,21 +32,18 @@ std::optional<std::u16string> Company(const std::string& block) {
 TEST_CASE("both shapes of a version resource tell the same") {
     const std::string wide = Block("wide.bin");
     const std::string narrow = Block("narrow.bin");
-    CHECK_FALSE(kiv::IsNarrowVersionBlock(wide));
-    CHECK(kiv::IsNarrowVersionBlock(narrow));
+    CHECK((kiv::IsNarrowVersionBlock(narrow) && !kiv::IsNarrowVersionBlock(wide)));
     for (const auto& root : {Wide(wide).FindValue({}), Narrow(narrow).FindValue({})}) {
         const CKivFileVersion version(kiv::FixedFileVersion(root.value()).value());
         CHECK(version == FILE_VERSION{5, 50, 4134, 600});
-        CHECK(kiv::FixedFileVersion(root->substr(0, 16)));
-        CHECK_FALSE(kiv::FixedFileVersion(root->substr(0, 15)));
+        CHECK((kiv::FixedFileVersion(root->substr(0, 16)) && !kiv::FixedFileVersion(root->substr(0, 15))));
         CHECK_FALSE(kiv::FixedFileVersion(root->substr(1)));  // no signature
     }
     for (const auto& list : {Wide(wide).FindValue({u"VarFileInfo", u"Translation"}),
                              Narrow(narrow).FindValue({"VARFILEINFO", "translation"})}) {
-        CHECK(kiv::TranslationAt(list.value(), 2)->language == 0x407);
-        CHECK(kiv::TranslationAt(list.value(), 2)->codePage == 1252);
-        CHECK_FALSE(kiv::TranslationAt(list.value(), 3));
-        CHECK_FALSE(kiv::TranslationAt(list->substr(0, 11), 2));
+        const auto last = kiv::TranslationAt(list.value(), 2);
+        CHECK((last->language == 0x407 && last->codePage == 1252));
+        CHECK_FALSE((kiv::TranslationAt(list.value(), 3) || kiv::TranslationAt(list->substr(0, 11), 2)));
     }
     CHECK(Company(wide) == u"societe");
     CHECK(Wide(wide).FindText({u"StringFileInfo", u"040904B0", u"Empty"}) == u"");

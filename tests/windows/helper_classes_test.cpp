@@ -63,34 +63,28 @@ TEST_CASE("the executable's path and folder are known and stay where they are") 
 }
 
 TEST_CASE("paths are equal in any spelling") {
-    CHECK(CKivPath::PathIsEqual("C:\\Setup", "c:/setup/") == 1);
-    CHECK(CKivPath::PathIsEqual("\\\\HOST\\share\\", "//host/Share") == 1);
-    CHECK(CKivPath::PathIsEqual("C:\\a\\..\\b\\.\\c", "C:\\b\\c") == 1);
-    CHECK(CKivPath::PathIsEqual("C:\\", "c:") == 1);
-    if (::GetACP() == 1252)
-        CHECK(CKivPath::PathIsEqual("C:\\B\xC4R", "C:\\b\xE4r") == 1);  // the code page's own letters
-    CHECK(CKivPath::PathIsEqual("C:\\a", "C:\\b") == 0);
-    CHECK(CKivPath::PathIsEqual("C:\\a", "D:\\a") == 0);
-    CHECK(CKivPath::PathIsEqual("", "C:\\") == 0);
-    const std::string longPath = "C:\\" + std::string(400, 'x');
-    CHECK(CKivPath::PathIsEqual(longPath.c_str(), (longPath + "/").c_str()) == 1);
-    CHECK(CKivPath::PathIsEqual(longPath.c_str(), (longPath + "x").c_str()) == 0);
-    CHECK(CKivPath::PathIsEqual(nullptr, "C:\\") == 0);
-    CHECK(::GetLastError() == ERROR_INVALID_PARAMETER);
-}
-
-TEST_CASE("the short and the long form of an existing path are equal") {
     const kiv::test::TempDirectory folder;
-    const std::string longForm = folder / "a name with blanks.txt";
-    folder.Write("a name with blanks.txt", "");
+    const std::string longForm = folder.Write("a name with blanks.txt", "");
     char shortForm[MAX_PATH];
     REQUIRE(::GetShortPathNameA(longForm.c_str(), shortForm, sizeof shortForm) != 0);
     REQUIRE(std::strchr(shortForm, '~') != nullptr);
-    CHECK(CKivPath::PathIsEqual(longForm.c_str(), shortForm) == 1);
+    const std::string longPath = "C:\\" + std::string(400, 'x');
+    const std::string rows[][2] = {{longForm, shortForm},
+                                   {"\\\\HOST\\share\\", "//host/Share"},
+                                   {"C:\\a\\..\\b\\.\\c", "C:\\b\\c"},
+                                   {"C:\\", "c:"},
+                                   {longPath, longPath + "/"}};
+    for (const auto& row : rows)
+        CHECK(CKivPath::PathIsEqual(row[0].c_str(), row[1].c_str()) == 1);
+    if (::GetACP() == 1252)
+        CHECK(CKivPath::PathIsEqual("C:\\B\xC4R", "C:\\b\xE4r") == 1);  // the code page's own letters
     CHECK(CKivPath::PathIsEqual(shortForm, (folder / "another name.txt").c_str()) == 0);
+    CHECK((CKivPath::PathIsEqual("C:\\a", "D:\\a") == 0 && CKivPath::PathIsEqual("", "C:\\") == 0));
+    CHECK(CKivPath::PathIsEqual(longPath.c_str(), (longPath + "x").c_str()) == 0);
+    CHECK((CKivPath::PathIsEqual(nullptr, "C:\\") == 0 && ::GetLastError() == ERROR_INVALID_PARAMETER));
 }
 
-TEST_CASE("a path on a mapped drive has a network name") {
+TEST_CASE("a path on a mapped drive has a network name; where there is none the buffer is left alone") {
     {
         const kiv::test::SwappedApi<kiv::UniversalNameApi> api({UniversalNameOfAny, nullptr});
         CHECK(std::string(UniversalName("X:\\a\\b").text) == "\\\\whole\\path\\a\\b");
@@ -99,20 +93,14 @@ TEST_CASE("a path on a mapped drive has a network name") {
     for (const auto whole : {static_cast<decltype(&::WNetGetUniversalNameA)>(nullptr), &NoUniversalName}) {
         const kiv::test::SwappedApi<kiv::UniversalNameApi> api({whole, ConnectionOfX});
         CHECK(std::string(UniversalName("X:\\a\\b").text) == "\\\\host\\share\\a\\b");
-        CHECK(UniversalName("X:", 12).error == ERROR_MORE_DATA);
-        CHECK(UniversalName("X:", 13).length == 12);
+        CHECK((UniversalName("X:", 12).error == ERROR_MORE_DATA && UniversalName("X:", 13).length == 12));
         CHECK(UniversalName(("X:\\" + std::string(250, 'x')).c_str()).length == 0);
         char path[MAX_PATH] = "X:\\a";
         CHECK(CKivPath::NetGetUniversalName(path, path, sizeof path) == 14);
         CHECK(std::string(path) == "\\\\host\\share\\a");
     }
-}
-
-TEST_CASE("a path without a network name leaves the buffer alone") {
     const UniversalName local("C:\\windows");
-    CHECK(local.length == 0);
-    CHECK(local.error == ERROR_NOT_CONNECTED);
-    CHECK(std::string(local.text) == "untouched");
+    CHECK((local.length == 0 && local.error == ERROR_NOT_CONNECTED && local.text == std::string("untouched")));
     for (const char* path : {"\\\\host\\share", "X:a", ""})
         CHECK(UniversalName(path).error == ERROR_BAD_DEVICE);
     CHECK(UniversalName(nullptr).error == ERROR_INVALID_PARAMETER);
@@ -122,42 +110,28 @@ TEST_CASE("a path without a network name leaves the buffer alone") {
 
 TEST_CASE("a parent folder is written whole or not at all") {
     char buffer[9] = "C:\\a\\b\\c";
-    CHECK(CKivTools::GetParentDirectory(buffer, buffer, 6) == 0);
-    CHECK(::GetLastError() == ERROR_INSUFFICIENT_BUFFER);
+    CHECK((CKivTools::GetParentDirectory(buffer, buffer, 6) == 0 && ::GetLastError() == ERROR_INSUFFICIENT_BUFFER));
     CHECK(std::string(buffer) == "C:\\a\\b\\c");
-    CHECK(CKivTools::GetParentDirectory(buffer, buffer, 7) == 1);
-    CHECK(std::string(buffer) == "C:\\a\\b");
-    CHECK(CKivTools::GetParentDirectory("C:\\", buffer, sizeof buffer) == 0);
-    CHECK(::GetLastError() == ERROR_BAD_PATHNAME);
-    CHECK(CKivTools::GetParentDirectory("", buffer, sizeof buffer) == 0);
-    CHECK(::GetLastError() == ERROR_INVALID_PARAMETER);
+    CHECK((CKivTools::GetParentDirectory(buffer, buffer, 7) == 1 && buffer == std::string("C:\\a\\b")));
+    CHECK((CKivTools::GetParentDirectory("C:\\", buffer, 9) == 0 && ::GetLastError() == ERROR_BAD_PATHNAME));
+    CHECK((CKivTools::GetParentDirectory("", buffer, 9) == 0 && ::GetLastError() == ERROR_INVALID_PARAMETER));
 }
 
-TEST_CASE("a folder is made with all that is missing above it, on a drive and below a share") {
-    const kiv::test::TempDirectory folder;
-    const std::string share = "\\\\localhost\\" + folder.Path().substr(0, 1) + "$" + folder.Path().substr(2);
-    CHECK(CKivTools::CreateDirectoryRecursive((folder / "a\\b/c\\").c_str()) == 1);
-    CHECK(CKivTools::CreateDirectoryRecursive((folder / "a\\b\\d\\..\\e").c_str()) == 1);
-    CHECK(CKivTools::CreateDirectoryRecursive((share + "\\a\\f\\g").c_str()) == 1);
-    for (const char* made : {"a\\b\\c", "a\\b\\e", "a\\f\\g"})
-        CHECK(IsFolder(folder / made));
-    CHECK_FALSE(IsFolder(folder / "a\\b\\d"));
-    for (const std::string& existing : {folder / "a\\b", share, std::string("C:\\")})
-        CHECK(CKivTools::CreateDirectoryRecursive(existing.c_str()) == 1);
-}
-
-TEST_CASE("a folder that cannot be made leaves the error of the first part in the way") {
+TEST_CASE("a folder is made with all that is missing above it, or leaves the error of what is in the way") {
     const kiv::test::TempDirectory folder;
     folder.Write("file", "");
-    const std::pair<std::string, DWORD> rows[] = {
-        {folder / "file\\a\\b", ERROR_ALREADY_EXISTS},
-        {folder / std::string(300, 'x'), ERROR_FILENAME_EXCED_RANGE},
-        {"Q:\\", ERROR_PATH_NOT_FOUND},
-        {"", ERROR_INVALID_PARAMETER},
-    };
-    for (const auto& [path, error] : rows) {
-        CAPTURE(path);
+    const std::string share = "\\\\localhost\\" + folder.Path().substr(0, 1) + "$" + folder.Path().substr(2);
+    const std::string made[] = {folder / "a\\b/c\\", folder / "a\\b\\d\\..\\e", share + "\\a\\f\\g", share, "C:\\"};
+    for (const std::string& path : made)
+        CHECK(CKivTools::CreateDirectoryRecursive(path.c_str()) == 1);
+    CHECK((IsFolder(folder / "a\\b\\c") && IsFolder(folder / "a\\b\\e") && IsFolder(folder / "a\\f\\g")));
+    CHECK_FALSE(IsFolder(folder / "a\\b\\d"));
+    const std::pair<std::string, DWORD> rows[] = {{folder / "file\\a\\b", ERROR_ALREADY_EXISTS},
+                                                  {folder / std::string(300, 'x'), ERROR_FILENAME_EXCED_RANGE},
+                                                  {"Q:\\", ERROR_PATH_NOT_FOUND},
+                                                  {"", ERROR_INVALID_PARAMETER}};
+    kiv::test::CheckRows(rows, [](const std::string& path) {
         CHECK(CKivTools::CreateDirectoryRecursive(path.c_str()) == 0);
-        CHECK(::GetLastError() == error);
-    }
+        return ::GetLastError();
+    });
 }
