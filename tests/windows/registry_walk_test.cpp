@@ -60,17 +60,14 @@ TEST_CASE("positions are compared by their texts, and elements found by their ex
     it.Init(it.getWksta(), it.getKey(), it.getName());  // with its own texts
     CHECK((it == key.findKey("b") && ++it == key.end() && ++it == key.end() && key.end().getPermissions() == 0xF003F));
     CHECK((key.findValue("v").getName() == std::string("v") && key.findValue("V") == key.end()));
-}
-
-TEST_CASE("a position that was made by hand meets the end of its key") {
-    OpenedKey opened({"a", "b"});
-    CKivRegKey::iteratorKeys it(nullptr, ("hkey_current_user" + opened.path.substr(4)).c_str(), "a");
-    CHECK((++it == opened.key.findKey("b") && ++it == opened.key.end()));
+    // One that was made by hand meets the end of its key too.
+    CKivRegKey::iteratorKeys made(nullptr, ("hkey_current_user" + opened.path.substr(4)).c_str(), "a");
+    CHECK((++made == key.findKey("b") && ++made == key.end()));
     CKivRegKey remote(ThisComputer().c_str(), "HKLM\\Software", nullptr, KEY_READ);
     CKivRegKey::iteratorKeys distant(ThisComputer().c_str(), "HKEY_LOCAL_MACHINE\\Software", "Classes", KEY_READ);
     CHECK(Walk(distant, remote) == Walk(remote.findKey("Classes"), remote));
     CKivRegKey::iteratorKeys nowhere("", "no root", "x");
-    CHECK(++nowhere == CKivRegKey::iterator(nullptr, "", nullptr));
+    CHECK(++nowhere == Position(nullptr, "", nullptr));
 }
 
 TEST_CASE("walks and erasures in an attached key without a path end") {
@@ -82,26 +79,21 @@ TEST_CASE("walks and erasures in an attached key without a path end") {
     CHECK((key.erase(first, opened.foreign) && SubkeyNames(opened.key) == Names{"a"} && ++key == nullptr));
 }
 
-TEST_CASE("a walk goes on from where its element is, or from the first when it is gone") {
-    OpenedKey opened({"a", "c", "e", "g"});
-    auto it = ++opened.key.findKey("c");
-    ::RegDeleteKeyA(opened.key, "a");  // everything moves by one
-    CHECK((++it).getName() == std::string("g"));
-    CreateSubkeys(opened.key, {"a", "b", "h"});
-    CHECK((++it).getName() == std::string("h"));
-    ::RegDeleteKeyA(opened.key, "h");
-    CHECK((++it).getName() == std::string("a"));
-}
-
-TEST_CASE("a walk ends when its key is deleted, and goes on in one made in its place") {
-    OpenedKey opened({"key\\a", "key\\b"});
+TEST_CASE("a walk goes on from where its element is, or from the first when it is gone, and ends with its key") {
+    OpenedKey opened({"key\\a", "key\\c", "key\\e", "key\\g"});
     CKivRegKey key(nullptr, opened.path.c_str(), "key");
-    auto walk = ++key.beginKeys();
-    auto doomed = walk;
+    auto it = ++key.findKey("c");
+    ::RegDeleteKeyA(key, "a");  // everything moves by one
+    CHECK((++it).getName() == std::string("g"));
+    CreateSubkeys(key, {"a", "h"});
+    CHECK((++it).getName() == std::string("h"));
+    ::RegDeleteKeyA(key, "h");
+    CHECK((++it).getName() == std::string("a"));
+    auto doomed = it;
     DeleteKeyTree(opened.key, "key");
     CHECK(++doomed == key.end());
-    CreateSubkeys(opened.key, {"key\\b", "key\\c"});
-    CHECK((++walk).getName() == std::string("c"));
+    CreateSubkeys(opened.key, {"key\\a", "key\\b"});  // one made in its place
+    CHECK((++it).getName() == std::string("b"));
 }
 
 TEST_CASE("a subkey without access is a position like any other") {
@@ -143,37 +135,36 @@ TEST_CASE("a value on a walk has a handle of its own to give") {
     ::RegCloseKey(other.getKey());  // as whoever is given the handle may do
     other.getKey().detach();
     CHECK((std::string(*it) == "b" && std::string(*++it) == "c"));
-    CKivRegValue last = *it;
-    it = opened.key.beginValues();
-    CHECK((std::string(last) == "c" && ValueNames(detached.Get()).size() == 3));
+    CHECK(ValueNames(detached.Get()).size() == 3);
 }
 
 TEST_CASE("keys, walks, erasures and values leave no handle and no heap block behind") {
-    const auto use = [] {
-        OpenedKey opened({"a", "b\\c\\d", "key\\e"}, {"u", "v"});
-        CKivRegKey& key = opened.key;
-        CKivRegKey copy(key);
-        copy = key;
-        copy.open("nowhere");
-        for (auto it = key.beginKeys(); it != key.end(); it++)
-            (*it).countKeys();
-        for (auto it = key.beginValues(); it != key.end(); it++)
-            CHECK((std::string(*it) == it.getName() && (*it).getKey() != nullptr));
-        auto unfinished = key.beginValues();
-        auto other = ++unfinished;
-        unfinished = key.findValue("v");
-        CKivRegValue value = *other;
-        CKivRegValue assigned(value);
-        assigned = value;
-        ++((assigned += "more") += 1UL);
-        CKivMultiSzRegValue list(key, "u");
-        list = CKivMultiSzRegValue(list);
-        CKivRegKey(nullptr, opened.path.c_str(), "key").remove();
-        auto first = key.findKey("b");
-        key.erase(first, opened.foreign);
-    };
-    use();
-    const ResourceCount before = CountResources();
-    use();
-    CHECK(CountResources() == before);
+    ResourceCount counts[2]{};
+    for (ResourceCount& count : counts) {
+        {
+            OpenedKey opened({"a", "b\\c\\d", "key\\e"}, {"u", "v"});
+            CKivRegKey& key = opened.key;
+            CKivRegKey copy(key);
+            copy = key;
+            copy.open("nowhere");
+            for (auto it = key.beginKeys(); it != key.end(); it++)
+                (*it).countKeys();
+            for (auto it = key.beginValues(); it != key.end(); it++)
+                CHECK((std::string(*it) == it.getName() && (*it).getKey() != nullptr));
+            auto unfinished = key.beginValues();
+            auto other = ++unfinished;
+            unfinished = key.findValue("v");
+            CKivRegValue value = *other;
+            CKivRegValue assigned(value);
+            assigned = value;
+            ++((assigned += "more") += 1UL);
+            CKivMultiSzRegValue list(key, "u");
+            list = CKivMultiSzRegValue(list);
+            CKivRegKey(nullptr, opened.path.c_str(), "key").remove();
+            auto first = key.findKey("b");
+            key.erase(first, opened.foreign);
+        }
+        count = CountResources();
+    }
+    CHECK(counts[0] == counts[1]);
 }

