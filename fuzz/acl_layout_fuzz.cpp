@@ -1,21 +1,14 @@
 #include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 #include <vector>
 
 #include "../tests/support/naive_acl.h"
+#include "require.h"
 #include "security/acl_layout.h"
 #include "security/acl_text.h"
 
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
-
-void Require(bool condition) {
-    if (!condition)
-        std::abort();
-}
 
 std::size_t CountEntries(const Bytes& list) {
     std::size_t count = 0;

@@ -1,20 +1,13 @@
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
 #include "../tests/support/naive_acl.h"
+#include "require.h"
 #include "security/acl_layout.h"
 #include "security/acl_text.h"
 #include "security/sid_text.h"
 
 namespace {
-
-void Require(bool condition) {
-    if (!condition)
-        std::abort();
-}
 
 // The entry that a text asks for; empty where the SID is an account, which only the system knows.
 kiv::test::AceBytes AceOf(const kiv::AclTextEntry& entry) {

@@ -1,16 +1,9 @@
 #include "registry/ini_text.h"
 
-#include <cstdint>
-#include <cstdlib>
-
 #include "registry/number_rule.h"
+#include "require.h"
 
 namespace {
-
-void Require(bool condition) {
-    if (!condition)
-        std::abort();
-}
 
 // A number means digits only; the list and entry walks stay within the input.
 void CheckBytes(std::string_view input) {
@@ -19,8 +12,7 @@ void CheckBytes(std::string_view input) {
     kiv::TextList list(input);
     std::size_t seen = 0;
     for (std::string_view text; list.Next(text);) {
-        Require(!text.empty() && text.data() >= input.data() &&
-                text.data() + text.size() <= input.data() + input.size());
+        Require(!text.empty() && LiesIn(text, input));
         seen += text.size();
         kiv::IniEntry entry;
         if (kiv::SplitEntry(text, entry))

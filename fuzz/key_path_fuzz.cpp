@@ -1,17 +1,10 @@
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 #include <string>
 
 #include "registry/key_path.h"
 #include "registry/value_text.h"
+#include "require.h"
 
 namespace {
-
-void Require(bool condition) {
-    if (!condition)
-        std::abort();
-}
 
 bool JapaneseLeadByte(unsigned char byte) {
     return (byte >= 0x81 && byte <= 0x9F) || (byte >= 0xE0 && byte <= 0xFC);
@@ -43,7 +36,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(text.substr(size - rest.size()) == rest);
 
     for (const std::string_view item : kiv::SplitMultiSz(text))
-        Require(item.data() >= text.data() && item.data() + item.size() <= text.data() + size);
+        Require(LiesIn(item, text));
     kiv::NumberFromText(text);
     return 0;
 }

@@ -1,10 +1,9 @@
 // Any bytes as an INI file: every name that is listed can be found, and nothing is written beyond a buffer.
 
-#include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
+#include "require.h"
 #include "support/ascii.h"
 #include "support/text_encoding.h"
 #include "tavkivlg/profile_text.h"
@@ -15,11 +14,6 @@ constexpr std::size_t kMostBytes = 4096;
 
 bool SameName(std::u16string_view a, std::u16string_view b) {
     return a == b;
-}
-
-void Require(bool holds) {
-    if (!holds)
-        std::abort();
 }
 
 void CheckSection(std::u16string_view text, std::u16string_view section) {

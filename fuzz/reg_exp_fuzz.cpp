@@ -1,11 +1,10 @@
 // A pattern, a zero byte, a text: compiled and searched as the naive matcher does it.
 
-#include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "require.h"
 #include "support/naive_reg_exp.h"
 #include "tavkivut/reg_exp.h"
 
@@ -16,11 +15,6 @@ using kiv::test::NaiveRegExp;
 constexpr std::size_t kLongestPattern = 300;  // beyond what compiles
 constexpr std::size_t kLongestText = 64;
 constexpr long kSteps = 20000;  // of the naive matcher, for each position
-
-void Require(bool condition) {
-    if (!condition)
-        std::abort();
-}
 
 std::unique_ptr<NaiveRegExp> ParseNaively(const std::string& pattern) {
     try {

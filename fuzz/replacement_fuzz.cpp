@@ -1,19 +1,13 @@
 // A replacement text for a fixed match: measured, refused and written to the byte.
 
-#include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
+#include "require.h"
 #include "support/ascii.h"
 #include "tavkivut/reg_exp.h"
 
 namespace {
-
-void Require(bool condition) {
-    if (!condition)
-        std::abort();
-}
 
 const std::string kGroups[10] = {"name=value;", "name", "value", "", "", "", "", "", "", ""};
 

@@ -1,24 +1,13 @@
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
 #include "install/server_list.h"
+#include "require.h"
 
 namespace {
 
 bool IsHighByte(unsigned char byte) {
     return byte >= 0x80;
-}
-
-void Require(bool condition) {
-    if (!condition)
-        std::abort();
-}
-
-bool LiesIn(std::string_view part, std::string_view whole) {
-    return part.empty() || (part.data() >= whole.data() && part.data() + part.size() <= whole.data() + whole.size());
 }
 
 }  // namespace

@@ -1,18 +1,11 @@
 #include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
+#include "require.h"
 #include "security/sid_text.h"
 
 namespace {
-
-void Require(bool condition) {
-    if (!condition)
-        std::abort();
-}
 
 // The number of a part as the C run-time reads it.
 std::uint32_t RunTimeNumber(const std::string& part) {

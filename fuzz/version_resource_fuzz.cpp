@@ -1,16 +1,9 @@
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 #include <string>
 
 #include "files/version_resource.h"
+#include "require.h"
 
 namespace {
-
-void Require(bool holds) {
-    if (!holds)
-        std::abort();
-}
 
 // Every node that the resource's own languages name, as a query of a string does.
 template <class Char>

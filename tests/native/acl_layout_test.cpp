@@ -134,17 +134,3 @@ TEST_CASE("adding one by one, building at once and the rule step by step agree")
         REQUIRE(list == naive.Bytes());
     }
 }
-
-TEST_CASE("a list takes entries up to the limit of its size field") {
-    kiv::AclBuilder builder;
-    List list;
-    const AceBytes large = MakeAce(0, 0, 1, 1, 12);
-    const AceBytes small = MakeAce(1, 0, 1, 2);
-    while (builder.Add({large.data()}) == kiv::kAclDone)
-        REQUIRE(AddTo(list, large) == kiv::kAclDone);
-    CHECK(builder.Size() == 8 + 963 * 68);
-    // Smaller ones still fit, up to the last byte that the alignment leaves.
-    for (const std::uint32_t expected : {kiv::kAclDone, kiv::kAclDone, kiv::kAclFull})
-        CHECK((builder.Add({small.data()}) == expected && AddTo(list, small) == expected));
-    CHECK((builder.Size() == 0xFFFC && list.size() == 0xFFFC));
-}

@@ -3,31 +3,10 @@
 #include <string>
 #include <vector>
 
-#include "support/ascii.h"
 #include "support/check.h"
 #include "support/text_encoding.h"
 
 namespace {
-
-bool SameAscii(std::u16string_view a, std::u16string_view b) {
-    return kiv::EqualsIgnoreCase(std::string(a.begin(), a.end()), std::string(b.begin(), b.end()));
-}
-
-std::string Narrow(std::u16string_view text) {
-    return {text.begin(), text.end()};
-}
-
-std::string ValueOf(std::u16string_view text, std::u16string_view section, std::u16string_view name) {
-    const auto value = kivlg::FindProfileValue(text, section, name, SameAscii);
-    return value ? Narrow(*value) : "(none)";
-}
-
-std::string Joined(const std::vector<std::u16string_view>& names) {
-    std::string all;
-    for (const auto name : names)
-        all += Narrow(name) + ";";
-    return all;
-}
 
 // The bytes that a list of texts leaves in a buffer of that size, with a dot for each NUL, and the result.
 std::string ListIn(std::size_t size, const std::vector<std::string>& texts) {
@@ -41,18 +20,7 @@ std::string ListIn(std::size_t size, const std::vector<std::string>& texts) {
     return buffer + " " + std::to_string(result);
 }
 
-constexpr std::u16string_view kText = u"top=0\r\n[ One ] rest\r\n a = 1 = x \r\n;a2=no\r\nlone\r\nb=\n=x\n[Two]\n"
-                                      u"B=\"q\"\n[one]\nc=3\n[open\nd=4\x1A";
-
 }  // namespace
-
-TEST_CASE("entries are found and listed as the system does it") {
-    CHECK((ValueOf(kText, u" ONE ", u" A ") == "1 = x" && ValueOf(kText, u"two", u"b") == "\"q\""));
-    for (const std::u16string_view name : {u"c", u"lone", u";a2"})  // c stands in the second section of that name
-        CHECK(ValueOf(kText, u"one", name) == "(none)");
-    CHECK(Joined(kivlg::ProfileSections(kText)) == "One;Two;one;");
-    CHECK(Joined(kivlg::ProfileNames(u"[s]\nx=1\n;y=2\n[open\ny=2", u"s", SameAscii)) == "x;y;");
-}
 
 TEST_CASE("a list that does not fit is cut and ends in two NULs") {
     const std::pair<std::size_t, const char*> rows[] = {{9, "a.bb.c... 7"}, {8, "a.bb.c.. 7"}, {7, "a.bb... 5"},

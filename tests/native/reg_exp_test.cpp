@@ -114,12 +114,8 @@ TEST_CASE("programs are what the grammar says") {
     const std::pair<const char*, const char*> rows[] = {
         {"", "0:BRANCH>6 3:NOTHING>6 6:END"},
         {"a|b", "0:BRANCH>8 3:EXACTLY>16'a' 8:BRANCH>16 11:EXACTLY>16'b' 16:END"},
-        {"abc*", "0:BRANCH>17 3:EXACTLY>9'ab' 9:STAR>17 12:EXACTLY'c' 17:END"},
-        {"^.+$", "0:BRANCH>15 3:BOL>6 6:PLUS>12 9:ANY 12:EOL>15 15:END"},
         {"a?b", "0:BRANCH>22 3:BRANCH>11 6:EXACTLY>14'a' 11:BRANCH>14 14:NOTHING>17 17:EXACTLY>22'b' 22:END"},
         {"(a)*", "0:BRANCH>29 3:BRANCH>23 6:OPEN1>9 9:BRANCH>17 12:EXACTLY>17'a' 17:CLOSE1>20 20:BACK>3 "
-                 "23:BRANCH>26 26:NOTHING>29 29:END"},
-        {"(a)+", "0:BRANCH>29 3:OPEN1>6 6:BRANCH>14 9:EXACTLY>14'a' 14:CLOSE1>17 17:BRANCH>23 20:BACK>3 "
                  "23:BRANCH>26 26:NOTHING>29 29:END"},
         {"[a-cx-]*[^b]", "0:BRANCH>20 3:STAR>15 6:ANYOF'abcx-' 15:ANYBUT>20'b' 20:END"},
     };
@@ -219,13 +215,10 @@ TEST_CASE("derived classes can take the matcher's steps one by one") {
     char text[] = "xaabcd";
     CHECK((probe.regtry(nullptr) == 0 && probe.RegFind(text) == 1 && probe.regtry(text) == 0));
     CHECK((probe.regtry(text + 2) == 1 && probe.GetFindLen() == 3));  // leaves the input cursor behind "abc"
-    char any[] = {CRegExp::OP_ANY, 0, 0};
-    char literal[] = {CRegExp::OP_EXACTLY, 0, 0, 'd', 0};
-    char unknown[] = {77, 0, 0};
-    CHECK((probe.regrepeat(any) == 1 && probe.regrepeat(literal) == 1 && probe.regrepeat(unknown) == 0));
-    CHECK((probe.regmatch(unknown) == 0 && probe.regmatch(literal) == 0));  // no next node
     char accepted[] = {CRegExp::OP_EXACTLY, 5, 0, 'd', 0, CRegExp::OP_END, 0, 0};
-    CHECK((probe.regmatch(accepted) == 1 && probe.regrepeat(any) == 0));
+    char unknown[] = {77, 0, 0};
+    CHECK((probe.regrepeat(accepted) == 1 && probe.regrepeat(unknown) == 0 && probe.regmatch(unknown) == 0));
+    CHECK((probe.regmatch(accepted) == 1 && probe.regrepeat(accepted) == 0));
     char* const dummy = probe.regnode(CRegExp::OP_ANY);  // outside of a compilation nodes are only counted
     probe.regtail(dummy, dummy);
     CHECK((probe.regnext(dummy) == nullptr && probe.RegFind(text) == 1));

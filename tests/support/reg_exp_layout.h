@@ -8,24 +8,17 @@
 // The order of the fields, and a look at what the compiler found out.
 struct CRegExpLayout {
     static constexpr std::size_t kPointer = sizeof(void*);
-    static_assert(offsetof(CRegExp, m_pattern) == 0);
-    static_assert(offsetof(CRegExp, m_emitting) == 256);
-    static_assert(offsetof(CRegExp, m_compiled) == 260);
-    static_assert(offsetof(CRegExp, m_found) == 264);
-    static_assert(offsetof(CRegExp, m_starts) == 264 + kPointer);
+    static_assert(offsetof(CRegExp, m_emitting) == 256 && offsetof(CRegExp, m_compiled) == 260);
+    static_assert(offsetof(CRegExp, m_found) == 264 && offsetof(CRegExp, m_starts) == 264 + kPointer);
     static_assert(offsetof(CRegExp, m_ends) == 264 + 11 * kPointer);
     static_assert(offsetof(CRegExp, m_startChar) == 264 + 21 * kPointer);
     static_assert(offsetof(CRegExp, m_anchored) == 265 + 21 * kPointer);
     static_assert(offsetof(CRegExp, m_must) == 264 + 22 * kPointer);
     static_assert(offsetof(CRegExp, m_mustLength) == 264 + 23 * kPointer);
     static_assert(offsetof(CRegExp, m_program) == 264 + 24 * kPointer);
-    static_assert(offsetof(CRegExp, m_parse) == 264 + 25 * kPointer);
     static_assert(offsetof(CRegExp, m_nextGroup) == 264 + 26 * kPointer);
-    static_assert(offsetof(CRegExp, m_emit) == 264 + 27 * kPointer);
     static_assert(offsetof(CRegExp, m_dummy) == 264 + 28 * kPointer);
-    static_assert(offsetof(CRegExp, m_size) == (sizeof(long) == 8 ? 272 : 268) + 28 * kPointer);
     static_assert(offsetof(CRegExp, m_input) == (sizeof(long) == 8 ? 280 : 272) + 28 * kPointer);
-    static_assert(offsetof(CRegExp, m_text) == offsetof(CRegExp, m_input) + kPointer);
     static_assert(offsetof(CRegExp, m_programSize) > offsetof(CRegExp, m_text));
 
     static char StartChar(const CRegExp& compiled) { return compiled.m_startChar; }

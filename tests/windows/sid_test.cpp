@@ -41,43 +41,29 @@ bool IsEmpty(const CKivSid& sid) {
     return sid.GetSid() == nullptr && CKivSidLayout::HeapOwned(sid) == 1;
 }
 
-// An account database that asks for more room than it is given, once or every time.
-struct PlayedDatabase {
-    static inline bool endless;
-    static inline bool junk;  // success with something that is no SID
-    static inline int calls;
-    static inline std::string asked;
+// An account database that asks for more room than it is given, once or every time; `junk`: it succeeds with no SID.
+bool g_endless, g_junk;
+int g_lookUps;
 
-    static bool Fits(DWORD* size) {
-        ++calls;
-        if (!endless && *size >= 200)
-            return true;
-        *size = endless ? *size + 1 : 200;
-        ::SetLastError(ERROR_INSUFFICIENT_BUFFER);
-        return false;
-    }
+bool Fits(DWORD* size) {
+    ++g_lookUps;
+    if (!g_endless && *size >= 200)
+        return true;
+    *size = g_endless ? *size + 1 : 200;
+    ::SetLastError(ERROR_INSUFFICIENT_BUFFER);
+    return false;
+}
 
-    static BOOL WINAPI SidOfName(const char*, const char* name, PSID sid, DWORD* size, char*, DWORD*, SID_NAME_USE*) {
-        asked = name;
-        std::memset(sid, 0xEE, *size);
-        return Fits(size) && (junk || ::CopySid(*size, sid, CKivSid("S-1-5-21-7")));
-    }
+BOOL WINAPI SidOfName(const char*, const char* name, PSID sid, DWORD* size, char*, DWORD*, SID_NAME_USE*) {
+    std::memset(sid, 0xEE, *size);
+    return name == std::string("somebody") && Fits(size) && (g_junk || ::CopySid(*size, sid, CKivSid("S-1-5-21-7")));
+}
 
-    static BOOL WINAPI NameOfSid(const char*, PSID, char* name, DWORD* size, char* domain, DWORD*, SID_NAME_USE*) {
-        std::memset(name, 'n', *size);
-        std::strcpy(domain, "DOM");
-        return Fits(size);
-    }
-
-    PlayedDatabase(bool isEndless, bool isJunk = false) {
-        m_accounts->sidOfName = &SidOfName;
-        m_accounts->nameOfSid = &NameOfSid;
-        endless = isEndless;
-        junk = isJunk;
-        calls = 0;
-    }
-    kiv::test::SwappedApi<kiv::AccountApi> m_accounts;
-};
+BOOL WINAPI NameOfSid(const char*, PSID, char* name, DWORD* size, char* domain, DWORD*, SID_NAME_USE*) {
+    std::memset(name, 'n', *size);
+    std::strcpy(domain, "DOM");
+    return Fits(size);
+}
 
 }  // namespace
 
@@ -141,18 +127,19 @@ TEST_CASE("accounts of this machine are found by name and named") {
 }
 
 TEST_CASE("an account gets two look-ups, and the second must answer a SID") {
+    kiv::test::SwappedApi<kiv::AccountApi> accounts;
+    accounts->sidOfName = &SidOfName;
+    accounts->nameOfSid = &NameOfSid;
     CKivSid sid("S-1-5-18");
-    {
-        const PlayedDatabase database(false);
-        CHECK((sid.GetName() == std::string(200, 'n') && sid.GetDomain() == std::string("DOM")));
-        sid = ".\\somebody";
-        CHECK((PlayedDatabase::asked == "somebody" && Is(sid, "S-1-5-21-7") && PlayedDatabase::calls == 4));
-    }
-    const PlayedDatabase database(true);
+    CHECK((sid.GetName() == std::string(200, 'n') && sid.GetDomain() == std::string("DOM")));
+    sid = ".\\somebody";
+    CHECK((Is(sid, "S-1-5-21-7") && g_lookUps == 4));
+    g_endless = true;
     CHECK((std::string(sid.GetName()).empty() && std::string(sid.GetDomain()).empty()));
     sid = "somebody";
-    CHECK((::GetLastError() == ERROR_INSUFFICIENT_BUFFER && IsEmpty(sid) && PlayedDatabase::calls == 4));
-    const PlayedDatabase junk(false, true);
+    CHECK((::GetLastError() == ERROR_INSUFFICIENT_BUFFER && IsEmpty(sid) && g_lookUps == 8));
+    g_endless = false;
+    g_junk = true;
     sid = "somebody";
     CHECK(IsEmpty(sid));
 }
