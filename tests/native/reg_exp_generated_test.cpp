@@ -2,7 +2,6 @@
 
 #include "tavkivut/reg_exp.h"
 
-#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -11,8 +10,6 @@
 #include "support/naive_reg_exp.h"
 
 namespace {
-
-using kiv::test::NaiveRegExp;
 
 class Generator {
 public:
@@ -46,48 +43,20 @@ private:
     std::mt19937 m_random;
 };
 
-std::string ShowMatch(std::size_t offset, std::size_t length, const std::array<std::string, 10>& groups) {
-    std::string shown = std::to_string(offset) + "+" + std::to_string(length);
-    for (const std::string& group : groups)
-        shown += " [" + group + "]";
-    return shown;
-}
-
-// Groups come through replacement texts, as callers get them.
-std::string Found(CRegExp& compiled, const std::string& text) {
-    const int offset = compiled.RegFind(text.c_str());
-    if (offset < 0)
-        return "none";
-    std::array<std::string, 10> groups;
-    for (std::size_t group = 1; group <= 9; ++group) {
-        char content[64];
-        REQUIRE(compiled.GetReplaceString(("\\" + std::to_string(group)).c_str(), content, sizeof content) != 0);
-        groups[group] = content;
-    }
-    return ShowMatch(static_cast<std::size_t>(offset), static_cast<std::size_t>(compiled.GetFindLen()), groups);
-}
-
 // Compares one pattern on some texts; returns how many were compared.
 int CompareWithNaive(const std::string& pattern, Generator& generator, const char* alphabet, int texts, int longest) {
     CAPTURE(pattern);
-    std::unique_ptr<NaiveRegExp> naive;
-    try {
-        naive = std::make_unique<NaiveRegExp>(pattern);
-    } catch (const std::invalid_argument&) {
-    }
+    const auto naive = kiv::test::ParseNaively(pattern);
     CRegExp compiled;
     REQUIRE((compiled.RegComp(pattern.c_str()) != nullptr) == (naive != nullptr));
     int compared = 0;
     for (int i = 0; naive != nullptr && i < texts; ++i) {
         const std::string text = generator.Text(alphabet, static_cast<std::size_t>(longest));
         CAPTURE(text);
-        NaiveRegExp::Match match{};
-        const auto answer = naive->Find(text, match);
-        if (answer == NaiveRegExp::Answer::kGivenUp)
-            continue;
-        const bool found = answer == NaiveRegExp::Answer::kFound;
-        REQUIRE(Found(compiled, text) == (found ? ShowMatch(match.offset, match.length, match.groups) : "none"));
-        ++compared;
+        if (const auto expected = naive->Find(text)) {
+            REQUIRE(kiv::test::FoundBy(compiled, text.c_str()) == *expected);
+            ++compared;
+        }
     }
     return compared;
 }

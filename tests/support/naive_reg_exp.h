@@ -3,11 +3,14 @@
 
 #include <array>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
+
+#include "tavkivut/reg_exp.h"
 
 namespace kiv::test {
 
@@ -22,35 +25,25 @@ public:
         Require(AtEnd());
     }
 
-    enum class Answer { kFound, kNone, kGivenUp };
-
-    // The match: its offset and length, and the texts of the groups 1 to 9.
-    struct Match {
-        std::size_t offset;
-        std::size_t length;
-        std::array<std::string, 10> groups;
-    };
-
-    Answer Find(std::string_view text, Match& match, long steps = 200000) const {
+    // Where a text has the first match, its length and the groups: "3+2 [1] ... [9]", or "none"; nothing where that
+    // takes too many steps.
+    std::optional<std::string> Find(std::string_view text, long steps = 200000) const {
         for (std::size_t start = 0; start <= text.size(); ++start) {
             Attempt attempt{text, {}, steps};
             std::size_t end = 0;
-            const bool found = m_whole(attempt, start, [&end](std::size_t at) {
-                end = at;
-                return true;
-            });
+            const bool found = m_whole(attempt, start, [&end](std::size_t at) { return end = at, true; });
             if ((steps = attempt.steps) <= 0)
-                return Answer::kGivenUp;
+                return std::nullopt;
             if (!found)
                 continue;
-            match = {start, end - start, {}};
+            std::string shown = std::to_string(start) + "+" + std::to_string(end - start);
             for (std::size_t group = 1; group <= 9; ++group) {
-                if (const auto [from, to] = attempt.groups[group]; from && to && *to > *from)
-                    match.groups[group] = text.substr(*from, *to - *from);
+                const auto [from, to] = attempt.groups[group];
+                shown += " [" + std::string(from && to && *to > *from ? text.substr(*from, *to - *from) : "") + "]";
             }
-            return Answer::kFound;
+            return shown;
         }
-        return Answer::kNone;
+        return "none";
     }
 
 private:
@@ -203,6 +196,30 @@ private:
     std::size_t m_groups = 0;
     Matcher m_whole;
 };
+
+// The naive expression of a pattern, null for a wrong one.
+inline std::unique_ptr<NaiveRegExp> ParseNaively(const std::string& pattern) {
+    try {
+        return pattern.size() > 255 ? nullptr : std::make_unique<NaiveRegExp>(pattern);
+    } catch (const std::invalid_argument&) {
+        return nullptr;
+    }
+}
+
+// What the class finds, in the same form; groups come through replacement texts, as callers get them.
+inline std::string FoundBy(CRegExp& compiled, const char* text) {
+    const int offset = compiled.RegFind(text);
+    if (offset < 0)
+        return "none";
+    std::string shown = std::to_string(offset) + "+" + std::to_string(compiled.GetFindLen());
+    for (char group = '1'; group <= '9'; ++group) {
+        const char replacement[] = {'\\', group, '\0'};
+        std::string content(compiled.GetReplaceString(replacement, nullptr, 0), '\0');
+        compiled.GetReplaceString(replacement, content.data(), static_cast<unsigned>(content.size()));
+        shown += " [" + std::string(content.c_str()) + "]";
+    }
+    return shown;
+}
 
 }  // namespace kiv::test
 
