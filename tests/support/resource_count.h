@@ -3,7 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <ostream>
+#include <iostream>
 
 namespace kiv::test {
 
@@ -25,6 +25,18 @@ inline std::ostream& operator<<(std::ostream& stream, const ResourceCount& count
 }
 
 ResourceCount CountResources();
+
+// Whether a piece of work leaves nothing behind the second time that it is done; shows the counts where it does.
+template <class Work>
+bool LeavesNothing(const Work& work) {
+    work();
+    const ResourceCount before = CountResources();
+    work();
+    const ResourceCount after = CountResources();
+    if (!(before == after))
+        std::cerr << "before: " << before << "\nafter:  " << after << "\n";
+    return before == after;
+}
 
 // Waits until the process has no more threads than that, for at most five seconds; a thread's end takes a moment
 // longer than its last work. Returns whether it came to that.

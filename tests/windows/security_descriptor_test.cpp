@@ -166,36 +166,31 @@ TEST_CASE("both forms are made as one block") {
 
 TEST_CASE("a descriptor that is taken over keeps its group; objects of all kinds leave nothing behind") {
     const SystemDescriptor source("O:SYG:BAD:(D;;WD;;;WD)(A;OICI;GA;;;BA)S:(AU;SA;GA;;;WD)");
-    kiv::test::ResourceCount counts[2]{};
-    for (kiv::test::ResourceCount& count : counts) {
-        {
-            const DWORD length = ::GetSecurityDescriptorLength(source.Get());
-            void* const selfRelative = ::HeapAlloc(::GetProcessHeap(), 0, length);
-            std::memcpy(selfRelative, source.Get(), length);
-            Attachable taken;
-            for (void* const block : {selfRelative, CKivSecurityDescriptor::MakeAbsoluteCopy(source.Get())}) {
-                taken.Attach(block);
-                taken.Attach(taken.GetSecurityDescriptor());
-                CHECK(Shown(taken) == "O:SYG:BAD:(D;;WD;;;WD)(A;OICI;GA;;;BA)");
-            }
-            taken.Attach(nullptr);
-            CHECK(Shown(taken) == "(none)");
-            CKivSecurityDescriptor sd(source.Get());
-            CKivSecurityDescriptor copy(sd);
-            copy = sd.GetSecurityDescriptor();
-            sd.FromKernelObject(::GetCurrentProcess());
-            CKivAcl acl(copy.GetDacl());
-            acl = static_cast<const char*>(acl);
-            acl.AddAce(acl.GetAceAt(0));
-            acl.SetPreferredDaclOrder();
-            CKivAce ace(acl.GetAceAt(1));
-            ace.Create(0, 0, 1, ace.GetSid());
-            acl = "{0-0-0x1-[no such account]}-{9-0-0x1}";
-            sd.SetDacl(acl);
+    CHECK(kiv::test::LeavesNothing([&] {
+        const DWORD length = ::GetSecurityDescriptorLength(source.Get());
+        void* const selfRelative = ::HeapAlloc(::GetProcessHeap(), 0, length);
+        std::memcpy(selfRelative, source.Get(), length);
+        Attachable taken;
+        for (void* const block : {selfRelative, CKivSecurityDescriptor::MakeAbsoluteCopy(source.Get())}) {
+            taken.Attach(block);
+            taken.Attach(taken.GetSecurityDescriptor());
+            CHECK(Shown(taken) == "O:SYG:BAD:(D;;WD;;;WD)(A;OICI;GA;;;BA)");
         }
-        count = kiv::test::CountResources();
-    }
-    CHECK(counts[0] == counts[1]);
+        taken.Attach(nullptr);
+        CHECK(Shown(taken) == "(none)");
+        CKivSecurityDescriptor sd(source.Get());
+        CKivSecurityDescriptor copy(sd);
+        copy = sd.GetSecurityDescriptor();
+        sd.FromKernelObject(::GetCurrentProcess());
+        CKivAcl acl(copy.GetDacl());
+        acl = static_cast<const char*>(acl);
+        acl.AddAce(acl.GetAceAt(0));
+        acl.SetPreferredDaclOrder();
+        CKivAce ace(acl.GetAceAt(1));
+        ace.Create(0, 0, 1, ace.GetSid());
+        acl = "{0-0-0x1-[no such account]}-{9-0-0x1}";
+        sd.SetDacl(acl);
+    }));
 
     const ForcedOsFamily family(kiv::OsFamily::k9x);  // which takes over nothing
     CHECK(CKivSecurityDescriptor(source.Get()).GetSecurityDescriptor() == nullptr);

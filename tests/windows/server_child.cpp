@@ -46,14 +46,12 @@ Text Choose(const Text&) {
 
 // Makes a choice twice and tells whether the second one left something behind.
 Text ChooseTwice(const Text& argument) {
-    kiv::test::ResourceCount counts[2]{};
-    for (kiv::test::ResourceCount& count : counts) {
+    const bool leavesNothing = kiv::test::LeavesNothing([&] {
         Choose(argument);
         KivRecordingClear();
         kiv::test::WaitForThreads(g_threads);
-        count = kiv::test::CountResources();
-    }
-    return g_buffer + Text(counts[0] == counts[1] ? "" : " left something behind");
+    });
+    return g_buffer + Text(leavesNothing ? "" : " left something behind");
 }
 
 // Unloads a copy of the library while a probe of it waits for 127.0.1.5, which is silent.
