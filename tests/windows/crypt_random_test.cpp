@@ -5,6 +5,7 @@
 #include "support/random_bytes.h"
 #include "support/swapped_api.h"
 #include "tavkivut/crypt.h"
+#include "tavkivut/inst_server.h"
 
 TEST_CASE("settings are encrypted with and without the system's random generator, each differently") {
     // The machine's own registry: the generators are listed there.
@@ -20,8 +21,16 @@ TEST_CASE("settings are encrypted with and without the system's random generator
         crypto->genRandom = [](HCRYPTPROV, DWORD, BYTE*) WINAPI { return FALSE; };
         random = false;
     }
+    SUBCASE("none") {
+        *crypto.operator->() = {};
+        random = false;
+    }
     unsigned char bytes[16];
     CHECK(kiv::RandomBytes(bytes, sizeof bytes) == random);
+    for (int i = 0; i < 20; ++i) {
+        const int number = KivGetRandomNumber(-5, 10);
+        CHECK((number >= -5 && number <= 5));
+    }
     std::set<std::string> texts;
     for (int i = 0; i < 50; ++i) {
         char text[kKivEncryptedTextLimit + 1];

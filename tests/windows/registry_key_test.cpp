@@ -86,13 +86,3 @@ TEST_CASE("an assigned key ends closed, with the other's machine and permissions
     other = itself;
     CHECK((other == nullptr && other.getKey() == nullptr));
 }
-
-TEST_CASE("a key of another machine is opened through a connection") {
-    CKivRegKey key(ThisComputer().c_str(), "HKLM\\Software", nullptr, KEY_READ);
-    CHECK((key.countKeys() > 0 && key.getWksta() == "\\\\" + ThisComputer()));
-    CKivRegKey copy(key);
-    CHECK((copy.countKeys() == key.countKeys() && Text(copy.getWksta()) == key.getWksta()));
-    key.connectTo("no-such-host.invalid");
-    CHECK((!key.open("HKLM\\Software", KEY_READ) && key.getLastError() == ERROR_BAD_NETPATH));
-    CHECK((!key.open("nowhere", KEY_READ) && key.getLastError() == ERROR_INVALID_HANDLE));
-}

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <set>
 #include <string>
@@ -13,7 +12,6 @@
 #include "install/load_balancing.h"
 #include "install/server_probe.h"
 #include "support/check.h"
-#include "support/random_bytes.h"
 #include "support/redirected_key.h"
 #include "support/registry_data.h"
 #include "support/resource_count.h"
@@ -310,15 +308,4 @@ TEST_CASE("a host is asked until it answers, however often; a system without ICM
     CHECK(KivIsHostAlive("name", 0) == 1);
     for (const char* nobody : {"", "\\\\", "\\\\\\share", static_cast<const char*>(nullptr)})
         CHECK(KivIsHostAlive(nobody, 0) == 0);
-}
-
-TEST_CASE("a random number is one byte of the system's, scaled, else one of the C run-time's") {
-    SwappedApi<kiv::CryptoApi> crypto;
-    crypto->genRandom = [](HCRYPTPROV, DWORD length, BYTE* buffer) WINAPI { return *buffer = 254, BOOL{length == 1}; };
-    CHECK(KivGetRandomNumber(5, 10) == 14);
-    crypto->genRandom = nullptr;
-    std::srand(7);
-    const double fraction = std::rand() / 32767.0;
-    std::srand(7);
-    CHECK(KivGetRandomNumber(-100, 1000) == -100 + static_cast<int>(1000 * fraction));
 }

