@@ -1,6 +1,7 @@
 #include "kivctl/java_call.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 
@@ -45,7 +46,7 @@ private:
         try {
             if (type == "java.lang.String") {
                 m_strings.push_back(std::make_unique<CKivJavaString>(text.c_str()));
-                Put(static_cast<jstring>(*m_strings.back()));
+                Put(reinterpret_cast<std::uintptr_t>(static_cast<jstring>(*m_strings.back())));
             } else if (type == "boolean" || type == "bool") {
                 Put(text == "true" ? 1 : 0);
             } else if (type == "char") {

@@ -37,7 +37,8 @@ bool Fits(Kind kind, const char* resultType) {
 
 // Null when the class has no such method.
 jmethodID FindMethod(JNIEnv* env, jclass cls, const char* name, const std::string& signature) {
-    const jmethodID method = env->functions->getMethodID(env, cls, JniText(name).c_str(), signature.c_str());
+    const std::string jniName = JniText(name);
+    const jmethodID method = env->functions->getMethodID(env, cls, jniName.c_str(), signature.c_str());
     return JavaSession::Threw(env) ? nullptr : method;
 }
 
