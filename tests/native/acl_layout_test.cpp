@@ -95,24 +95,6 @@ TEST_CASE("a list is sound when all that it says of itself fits") {
     }
 }
 
-TEST_CASE("denied entries go to the front, and growth reverses those already there") {
-    const struct {
-        const char* list;
-        std::size_t room;
-        const char *added, *result;
-    } rows[] = {
-        {"", 0, "ABC", "CAB"},   {"", 0, "aAbBcC", "CBAabc"}, {"", 999, "ABC", "CBA"},
-        {"ABa", 0, "b", "BAab"}, {"aAbBc", 0, "d", "BAabcd"}, {"aAbBc", 999, "D", "DaAbBc"},
-    };
-    for (const auto& row : rows) {
-        CAPTURE(row.added);
-        List list = ListOf(row.list, row.room);
-        for (const char letter : std::string_view(row.added))
-            REQUIRE(AddTo(list, AceOf(letter)) == kiv::kAclDone);
-        CHECK(Letters(list) == row.result);
-    }
-}
-
 TEST_CASE("adding one by one, building at once and the rule step by step agree") {
     std::mt19937 random(4711);
     for (int round = 0; round < 300; ++round) {

@@ -24,9 +24,6 @@ struct CRegExpLayout {
     static char StartChar(const CRegExp& compiled) { return compiled.m_startChar; }
     static bool IsAnchored(const CRegExp& compiled) { return compiled.m_anchored != 0; }
     static const char* Must(const CRegExp& compiled) { return compiled.m_must; }
-    static const char* Program(const CRegExp& compiled) { return compiled.m_program; }
-    static long ProgramSize(const CRegExp& compiled) { return compiled.m_programSize; }
-    static const char* Found(const CRegExp& compiled) { return compiled.m_found; }
 };
 
 #endif

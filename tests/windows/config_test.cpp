@@ -3,7 +3,6 @@
 
 #include "tavkivut/config.h"
 
-#include <map>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -150,9 +149,7 @@ TEST_CASE("a setting is kept as number or text and read as either") {
     } rows[] = {
         {"007", "4:7", "7", 7},
         {"4294967294", "4:4294967294", "-2", 4294967294},
-        {"0xFFFFFFFF", "1:0xFFFFFFFF", "0xFFFFFFFF", 0},
         {"12abc", "1:12abc", "12abc", 12},
-        {"-1", "1:-1", "-1", 4294967295},
         {"", "1:", "", 0},
     };
     for (const auto& row : rows) {
@@ -198,21 +195,6 @@ TEST_CASE("what is missing, null or has no section name is refused and nothing i
     CHECK((buffer == Text("untouched") && number == 99));
     CHECK((config.GetEncryptedCfgString("S", "k", buffer, 5) && buffer == Text("dopw")));
     CHECK(settings.Read("", "k") == "1:bookkeeping");
-}
-
-TEST_CASE("all settings of a section come as two arrays") {
-    const Settings settings;
-    settings.Write("S", "number", REG_DWORD, Text(4, '\xFF'));
-    settings.Write("S", "text", REG_SZ, "no terminator");
-    settings.Write("S\\deeper", "other", REG_SZ, "x");
-    CKivConfigMgr config;
-    char** names = nullptr;
-    char** values = nullptr;
-    REQUIRE(config.GetCfgStrings("S", names, values) == 2);
-    const std::map<Text, Text> found = {{names[0], values[0]}, {names[1], values[1]}};
-    CHECK(found == std::map<Text, Text>{{"number", "-1"}, {"text", "no terminator"}});
-    CHECK((names[2] == nullptr && values[2] == nullptr));
-    config.ReleaseCfgStrings(names, values);
 }
 
 TEST_CASE("a newer file refreshes the sections that it names, once") {

@@ -1,5 +1,4 @@
 #include "tavkivut/path.h"
-#include "tavkivut/process.h"
 #include "tavkivut/tools.h"
 
 #include <cstring>
@@ -52,15 +51,6 @@ struct UniversalName {
 };
 
 }  // namespace
-
-TEST_CASE("the executable's path and folder are known and stay where they are") {
-    char expected[MAX_PATH];
-    REQUIRE(::GetModuleFileNameA(nullptr, expected, sizeof expected) != 0);
-    CHECK(std::string(CKivThisProcess::GetExePath()) == expected);
-    *std::strrchr(expected, '\\') = '\0';
-    CHECK(std::string(CKivThisProcess::GetExeDir()) == expected);
-    CHECK(CKivThisProcess::GetExeDir() == CKivThisProcess::GetExeDir());
-}
 
 TEST_CASE("paths are equal in any spelling") {
     const kiv::test::TempDirectory folder;

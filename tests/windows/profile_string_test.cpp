@@ -93,19 +93,6 @@ TEST_CASE("names and values beyond ASCII are matched and shown in the code page"
     CHECK(tried > 0);
 }
 
-TEST_CASE("a bare file name stands for the Windows folder") {
-    char folder[MAX_PATH];
-    REQUIRE(::GetWindowsDirectoryA(folder, sizeof folder) != 0);
-    const std::string name = "tavkivlg-test-" + std::to_string(::GetCurrentProcessId()) + ".ini";
-    const std::string path = std::string(folder) + "\\" + name;
-    kiv::test::WriteFileBytes(path, Utf16(L"[a]\nk=v", true));
-    const RealLog log(nullptr);
-    CHECK(Ask(log.profileString, "a", "k", "none", 64, name) == "v|1");
-    ::DeleteFileA(path.c_str());
-    CHECK(Ask(log.profileString, "a", "k", "none", 64, name) == "none|4");
-    CHECK(log.profileString("a", "k", "none", nullptr, 64, name.c_str()) == 0);
-}
-
 TEST_CASE("a file's encoding is told by its mark, and its position stays") {
     const TempDirectory folder;
     const RealLog log(nullptr);

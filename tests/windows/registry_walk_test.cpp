@@ -56,10 +56,9 @@ TEST_CASE("positions are compared by their texts, and elements found by their ex
     OpenedKey opened({"a", "b"}, {"v"});
     CKivRegKey& key = opened.key;
     auto it = key.beginKeys();
-    CHECK((it++ == key.findKey("a") && it == key.findKey("b") && key.findKey("B") == key.end()));
     it.Init(it.getWksta(), it.getKey(), it.getName());  // with its own texts
-    CHECK((it == key.findKey("b") && ++it == key.end() && ++it == key.end() && key.end().getPermissions() == 0xF003F));
-    CHECK((key.findValue("v").getName() == std::string("v") && key.findValue("V") == key.end()));
+    CHECK((it++ == key.findKey("a") && it == key.findKey("b") && key.findKey("B") == key.end()));
+    CHECK((++it == key.end() && ++it == key.end() && key.findValue("V") == key.end()));
     // One that was made by hand meets the end of its key too.
     CKivRegKey::iteratorKeys made(nullptr, ("hkey_current_user" + opened.path.substr(4)).c_str(), "a");
     CHECK((++made == key.findKey("b") && ++made == key.end()));
