@@ -3,6 +3,7 @@
 
 // Every family of the library.
 
+#include "tavkivut/cabinet.h"
 #include "tavkivut/config.h"
 #include "tavkivut/crc32.h"
 #include "tavkivut/crypt.h"
