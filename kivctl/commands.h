@@ -11,6 +11,7 @@ namespace kivctl {
 // further subcommand costs the others no compilation.
 void AddAclCommand(CLI::App& app);
 void AddArgsCommand(CLI::App& app);
+void AddCabCommand(CLI::App& app);
 void AddConfigCommand(CLI::App& app);
 void AddCrcCommand(CLI::App& app);
 void AddDeployCommand(CLI::App& app);

@@ -84,6 +84,7 @@ int main(int argc, char** argv) {
     app.require_subcommand(1);
     kivctl::AddAclCommand(app);
     kivctl::AddArgsCommand(app);
+    kivctl::AddCabCommand(app);
     kivctl::AddConfigCommand(app);
     kivctl::AddCrcCommand(app);
     kivctl::AddDeployCommand(app);
