@@ -1,6 +1,7 @@
 // Executes the examples of the pages about formats.
 
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -8,6 +9,7 @@
 #include "support/document_page.h"
 #include "support/run_program.h"
 #include "support/temp_directory.h"
+#include "tavkivut/cabinet.h"
 #include "tavkivut/crc32.h"
 #include "tavkivut/line_file.h"
 #include "tavkivut/reg_exp.h"
@@ -125,6 +127,29 @@ TEST_CASE("checksums and signatures are what their page says") {
     CHECK(RunProgram(verify).exitCode == 0);
     folder.Write("app.cfg", "changed");
     CHECK(RunProgram(verify).exitCode == 1);
+}
+
+TEST_CASE("cabinets are what their page says") {
+    struct Texts : CKivCabArchive {
+        using CKivCabArchive::GetCabError;
+    };
+    const DocumentPage page("cabinets.md");
+    for (const DocumentPage::Row& row : page.Table({"Number", "Making", "Reading"})) {
+        CHECK(Texts().GetCabError(std::stoi(row[0]), 1) == row[1]);
+        CHECK(Texts().GetCabError(std::stoi(row[0]), 0) == row[2]);
+    }
+    for (const int unknown : {-1, 12})
+        CHECK(Texts().GetCabError(unknown, 0) == std::string("Unknown error"));
+    const TempDirectory folder;
+    const std::string file = folder.Write("readme.txt", "sixteen letters.");
+    folder.Write("app.cab",
+                 kiv::test::ReadFileBytes(std::string(std::getenv("KIV_TEST_DATA")) + "/cabinets/sound_mszip.cab"));
+    kiv::test::RunKivctlExamples(page.BlockBehind("From the command line"), folder.Path());
+    const std::string program = BuiltProgram("tests\\cabinets_example.exe");
+    const auto example =
+        RunProgram(program + " " + (folder / "example.cab") + " " + file + " " + (folder / "by_program"));
+    CHECK(example.output == page.BlockBehind("prints, for a file"));
+    CHECK(kiv::test::ReadFileBytes(folder / "by_program\\docs\\readme.txt") == "sixteen letters.");
 }
 
 TEST_CASE("kivctl regexp takes files line by line and leaves the rest alone") {
