@@ -38,9 +38,11 @@ struct Entry {
     unsigned attributes;
 };
 
-// An open cabinet. It is never closed by the library's own operation, which would delete files beside it.
+// An open cabinet. Neither this program nor a failed Open closes it: that would delete files beside it.
 class Cabinet : private CKivCabArchive {
 public:
+    int Close() noexcept override { return 1; }
+
     explicit Cabinet(const std::string& path) : m_path(path) {
         if (Open(FullPath(path).c_str()) == kNotOpened || EnumEntries(Keep, this) != 1)
             Fail("cannot be read");

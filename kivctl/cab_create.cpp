@@ -165,7 +165,8 @@ void Pack(const std::string& cabinet, const std::vector<Item>& items, std::uint6
         Fail("a cabinet cannot be made", archive, growth);
     for (const Item& item : items) {
         growth.packed += kFileHeader + item.name.size() + 1;
-        if (archive.AppendWithPath(item.file.c_str(), item.name.c_str()) != 1 || !work.Advance(0))
+        if (growth.packed >= kLargestCabinet || archive.AppendWithPath(item.file.c_str(), item.name.c_str()) != 1 ||
+            !work.Advance(0))
             Fail("'" + item.file + "' cannot be stored", archive, growth);
     }
     if (archive.Close() != 1)
@@ -177,9 +178,14 @@ void Replace(const std::string& made, const std::string& cabinet) {
     if (::MoveFileExA(made.c_str(), cabinet.c_str(), MOVEFILE_REPLACE_EXISTING))
         return;
     if (::GetLastError() == ERROR_CALL_NOT_IMPLEMENTED) {
-        ::DeleteFileA(cabinet.c_str());
-        if (::MoveFileA(made.c_str(), cabinet.c_str()))
+        const std::string old = made + ".old";
+        const bool isKept = ::MoveFileA(cabinet.c_str(), old.c_str()) != FALSE;
+        if (::MoveFileA(made.c_str(), cabinet.c_str())) {
+            ::DeleteFileA(old.c_str());
             return;
+        }
+        if (isKept)
+            ::MoveFileA(old.c_str(), cabinet.c_str());
     }
     throw Failure("'" + cabinet + "' cannot be written: " + ErrorText(::GetLastError()));
 }

@@ -32,7 +32,7 @@ typedef int (*ArchiveEntryCallback)(const KIV_ARCHIVE_ENTRY* entry, void* contex
 // many bytes they take in the cabinet (0 where that is not known). Any result but 1 ends the operation as a failure.
 typedef int (*ArchiveProgressCallback)(unsigned long bytes, unsigned long packedBytes, void* context);
 
-// What an extraction shall do with each stored file.
+// What an extraction shall do with each stored file. Zero what is not wanted: `tagExtractHandlerInfo info{}`.
 struct tagExtractHandlerInfo {
     ExtractCallback enumerate;      // not null: called with each name, nothing is extracted
     ExtractCallback afterExtract;   // called behind each file; anything but 1 ends the extraction
@@ -59,7 +59,8 @@ protected:
     ~IKivArchive() = default;
 };
 
-// Either an open cabinet, or the factory of a new one, or idle. One thread at a time.
+// Either an open cabinet, or the factory of a new one, or idle. One thread at a time; callbacks must not use the
+// archive that calls them, nor a copy of it.
 //
 // Copies share what is open, and Close on one of them closes it for all. When the last one goes away what is still open
 // is dropped, not closed: a factory that was never closed leaves no cabinet, and Close alone removes continuation

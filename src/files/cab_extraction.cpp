@@ -146,10 +146,10 @@ INT_PTR CabExtraction::Continue(const FDINOTIFICATION& next) {
     if (!IsSafeStoredName(name, IsAnsiLeadByte) || LastSeparator(name, IsAnsiLeadByte) != std::string::npos ||
         path.size() >= MAX_PATH)
         return Refuse(ReadingError::kCorrupt);
-    const ScopedFile file = OpenToRead(path.c_str());
-    if (!file)
+    m_next = OpenToRead(path.c_str());  // held: what was checked cannot be changed while the codec reads it
+    if (!m_next)
         return Refuse(ReadingError::kNotFound);
-    CabinetFile bytes(file.Get());
+    CabinetFile bytes(m_next.Get());
     const ReadingError error = CheckCabinet(bytes);
     return error == ReadingError::kNone ? 0 : Refuse(error);
 }

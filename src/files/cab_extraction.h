@@ -55,6 +55,7 @@ private:
     std::string m_name;    // of the file that is extracted
     std::string m_target;  // its path
     CabStream m_stream;
+    ScopedFile m_next;  // the cabinet that a file goes on in
     bool m_isOpen = false;
     unsigned long m_missing = 0;  // bytes of it
     bool m_isIncomplete = false;

@@ -39,7 +39,7 @@ UINT DIAMONDAPI Write(INT_PTR handle, void* bytes, UINT size) {
 
 // The file that is extracted belongs to its extraction. After a failure some codecs close what they never opened.
 int DIAMONDAPI Close(INT_PTR handle) {
-    if (handle == 0)
+    if (handle == 0 || handle == -1)
         return 0;
     CabStream& stream = StreamOf(handle);
     if (stream.extraction == nullptr)
@@ -86,7 +86,9 @@ bool CabReader::Identify(FDICABINETINFO& facts) noexcept {
     if (error != ReadingError::kNone)
         return Fail(error);
     ::SetFilePointer(stream.file.Get(), 0, nullptr, FILE_BEGIN);
-    return Cabinets().fdiIsCabinet(m_context, reinterpret_cast<INT_PTR>(&stream), &facts) != FALSE;
+    if (Cabinets().fdiIsCabinet(m_context, reinterpret_cast<INT_PTR>(&stream), &facts))
+        return true;
+    return m_error.erfOper != 0 ? false : Fail(ReadingError::kNotACabinet);
 }
 
 bool CabReader::Copy(const std::string& folder, const char* name, const tagExtractHandlerInfo& info,
@@ -110,7 +112,8 @@ bool CabReader::Copy(const std::string& folder, const char* name, const tagExtra
                                            &extraction) != FALSE;
     if (extraction.Failure() != ReadingError::kNone)
         return Fail(extraction.Failure());
-    if (isDone && extraction.IsIncomplete())
+    const bool isBroken = extraction.IsIncomplete() && (isDone || m_error.erfOper == FDIERROR_USER_ABORT);
+    if (isBroken || (!isDone && m_error.erfOper == 0))
         return Fail(ReadingError::kCorrupt);
     return isDone;
 }

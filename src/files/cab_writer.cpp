@@ -107,10 +107,13 @@ struct CabWriter::Codec {
         return reinterpret_cast<INT_PTR>(writer.m_source.Get());
     }
 
-    // Of a file: one more block is packed. Of a folder or cabinet: parts of it are being put together.
+    // Of a file: one more block is packed. Of a folder or cabinet: parts of it are being put together; for a cabinet
+    // the answer is its size, which the codec proposes.
     static __LONG32 DIAMONDAPI Status(UINT type, ULONG packed, ULONG unpacked, void* self) {
         const bool isFile = type == statusFile;
-        return Of(self).m_progress.Tell(isFile ? unpacked : 0, isFile ? packed : 0) ? 0 : -1;
+        if (!Of(self).m_progress.Tell(isFile ? unpacked : 0, isFile ? packed : 0))
+            return -1;
+        return type == statusCabinet ? static_cast<__LONG32>(unpacked) : 0;
     }
 };
 

@@ -385,8 +385,8 @@ TEST_CASE("a call of the codec that fails, or is missing, is one line of the log
         {[](Api& api) { Break(api.fciDestroy); }, "Failed to close archive factory", "No error", 0},
         {[](Api& api) { api.fdiCopy = nullptr; }, "Failed to open archive", "Cabinet not found", 1},
         {[](Api& api) { Break(api.fdiCreate); }, "Failed to open archive", "No error", 0},
-        {[](Api& api) { Break(api.fdiIsCabinet); }, "Not a valid cabinet archive", "No error", 0},
-        {[](Api& api) { Break(api.fdiCopy); }, "Failed to extract archive", "No error", 0},
+        {[](Api& api) { Break(api.fdiIsCabinet); }, "Not a valid cabinet archive", "Not a cabinet", 2},
+        {[](Api& api) { Break(api.fdiCopy); }, "Failed to extract archive", "Corrupt cabinet", 4},
         {[](Api& api) { Break(api.fdiDestroy); }, "Failed to close archive", "No error", 0},
     };
     const TempDirectory folder;
