@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 
 #include "files/cab_file.h"
+#include "files/cab_memory.h"
 #include "files/kept_attributes.h"
 #include "support/heap_text.h"
 
@@ -36,8 +36,8 @@ struct CabWriter::Codec {
         return result;
     }
 
-    static void* DIAMONDAPI Allocate(ULONG size) { return std::malloc(size); }
-    static void DIAMONDAPI Free(void* memory) { std::free(memory); }
+    static void* DIAMONDAPI Allocate(ULONG size) { return AllocateForCodec(size); }
+    static void DIAMONDAPI Free(void* memory) { FreeForCodec(memory); }
 
     // A temporary file has been made with its name, so that it is nobody else's: "exclusive" counts as done.
     static INT_PTR DIAMONDAPI Open(char* path, int flags, int, int* error, void* self) {
@@ -207,6 +207,7 @@ bool CabWriter::Destroy() noexcept {
     m_error = {};
     const bool isDone = Cabinets().fciDestroy(m_context) != FALSE;
     m_context = nullptr;
+    ReleaseCodecMemory();
     for (const std::string& file : m_temporaryFiles)
         ::DeleteFileA(file.c_str());
     if (!m_isFinished) {
