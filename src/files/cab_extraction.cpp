@@ -125,10 +125,8 @@ INT_PTR CabExtraction::End(const FDINOTIFICATION& stored) noexcept {
         return 0;
     }
     m_isOpen = false;
-    if (m_stream.file) {
-        m_stream.file.Reset();
+    if (m_stream.file)
         FinishTarget(stored);
-    }
     if (m_info.afterExtract != nullptr && m_info.afterExtract(m_name.c_str(), m_info.context) != 1) {
         m_failure = ReadingError::kAborted;
         return 0;
@@ -173,17 +171,14 @@ bool CabExtraction::OpenTarget() noexcept {
     return static_cast<bool>(m_stream.file);
 }
 
-// The file is opened once more: on the 9x family the end of writing sets the time anew. What cannot be set stays as the
-// system made it.
-void CabExtraction::FinishTarget(const FDINOTIFICATION& stored) const noexcept {
+// Times through the handle that wrote the file, since nothing is written any more; attributes once it is closed, since
+// it may be read-only then. What cannot be set stays as the system made it.
+void CabExtraction::FinishTarget(const FDINOTIFICATION& stored) noexcept {
     FILETIME local;
     FILETIME time;
-    if (::DosDateTimeToFileTime(stored.date, stored.time, &local) && ::LocalFileTimeToFileTime(&local, &time)) {
-        const ScopedFile file(
-            ::CreateFileA(m_target.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
-        if (file)
-            ::SetFileTime(file.Get(), &time, nullptr, &time);
-    }
+    if (::DosDateTimeToFileTime(stored.date, stored.time, &local) && ::LocalFileTimeToFileTime(&local, &time))
+        ::SetFileTime(m_stream.file.Get(), &time, nullptr, &time);
+    m_stream.file.Reset();
     ::SetFileAttributesA(m_target.c_str(), stored.attribs & kRestoredAttributes);
 }
 

@@ -13,10 +13,11 @@ namespace kiv {
 
 class CabExtraction;
 
-// What a file handle of the decompression side stands for: a cabinet that is read, or the file that is extracted.
+// What a file handle of the decompression side stands for: a cabinet that is read (cab_reader.cpp), or the file that is
+// extracted.
 struct CabStream {
     ScopedFile file;
-    CabExtraction* extraction;  // null for a cabinet
+    CabExtraction* extraction = nullptr;  // null for a cabinet
 };
 
 // One pass over the files of a cabinet, as the codec reports them.
@@ -45,7 +46,7 @@ private:
     INT_PTR Continue(const FDINOTIFICATION& next);
     INT_PTR Refuse(ReadingError failure) noexcept;
     bool OpenTarget() noexcept;
-    void FinishTarget(const FDINOTIFICATION& stored) const noexcept;
+    void FinishTarget(const FDINOTIFICATION& stored) noexcept;
     void DropTarget() noexcept;
 
     const tagExtractHandlerInfo& m_info;

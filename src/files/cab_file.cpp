@@ -1,5 +1,6 @@
 #include "files/cab_file.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace kiv {
@@ -31,20 +32,34 @@ CabinetFile::CabinetFile(HANDLE file) noexcept : m_file(file), m_size(0) {
 }
 
 bool CabinetFile::Read(std::uint64_t offset, void* buffer, std::size_t size) noexcept {
-    const bool isLoaded = offset >= m_loadedAt && offset + size <= m_loadedAt + m_loaded;
-    if (!isLoaded && (size > sizeof m_bytes || !Load(offset) || size > m_loaded))
-        return false;
-    std::memcpy(buffer, m_bytes + (offset - m_loadedAt), size);
-    return true;
+    return ReadSome(offset, buffer, static_cast<unsigned>(size)) == size;
+}
+
+unsigned CabinetFile::ReadSome(std::uint64_t offset, void* buffer, unsigned size) noexcept {
+    unsigned done = 0;
+    while (done < size) {
+        const std::uint64_t at = offset + done;
+        const bool isLoaded = at >= m_loadedAt && at < m_loadedAt + m_loaded;
+        if (!isLoaded && !Load(at))
+            return kCabIoFailed;
+        if (m_loaded == 0)
+            break;
+        const auto skipped = static_cast<unsigned>(at - m_loadedAt);
+        const unsigned part = std::min<unsigned>(size - done, m_loaded - skipped);
+        std::memcpy(static_cast<char*>(buffer) + done, m_bytes + skipped, part);
+        done += part;
+    }
+    return done;
 }
 
 bool CabinetFile::Load(std::uint64_t offset) noexcept {
     LONG high = static_cast<LONG>(offset >> 32);
-    m_loadedAt = offset;
-    m_loaded = 0;
-    if (::SetFilePointer(m_file, static_cast<LONG>(offset), &high, FILE_BEGIN) == INVALID_SET_FILE_POINTER &&
+    if (offset != m_loadedAt + m_loaded &&
+        ::SetFilePointer(m_file, static_cast<LONG>(offset), &high, FILE_BEGIN) == INVALID_SET_FILE_POINTER &&
         ::GetLastError() != NO_ERROR)
         return false;
+    m_loadedAt = offset;
+    m_loaded = 0;
     return ::ReadFile(m_file, m_bytes, sizeof m_bytes, &m_loaded, nullptr) != FALSE;
 }
 

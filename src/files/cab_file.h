@@ -20,12 +20,15 @@ long SeekCabFile(HANDLE file, long distance, int origin) noexcept;
 // A file that others may read but not write meanwhile; empty with the last error when it cannot be opened.
 ScopedFile OpenToRead(const char* path) noexcept;
 
-// A cabinet on disk, read in pieces.
+// A cabinet on disk, read in pieces larger than the codec asks for.
 class CabinetFile final : public CabinetBytes {
 public:
     explicit CabinetFile(HANDLE file) noexcept;
     std::uint64_t Size() const noexcept override { return m_size; }
     bool Read(std::uint64_t offset, void* buffer, std::size_t size) noexcept override;
+
+    // How many bytes could be read: fewer where the file ends, or kCabIoFailed.
+    unsigned ReadSome(std::uint64_t offset, void* buffer, unsigned size) noexcept;
 
 private:
     bool Load(std::uint64_t offset) noexcept;
@@ -33,8 +36,8 @@ private:
     HANDLE m_file;
     std::uint64_t m_size;
     std::uint64_t m_loadedAt = 0;
-    DWORD m_loaded = 0;  // bytes
-    unsigned char m_bytes[4096] = {};
+    DWORD m_loaded = 0;  // bytes; the file's own position is behind them
+    unsigned char m_bytes[32768] = {};
 };
 
 }  // namespace kiv

@@ -9,8 +9,23 @@
 namespace kiv {
 namespace {
 
+// A cabinet that the codec reads.
+struct CabInput : CabStream {
+    explicit CabInput(ScopedFile opened) noexcept : bytes(opened.Get()) { file = std::move(opened); }
+    CabinetFile bytes;
+    long position = 0;
+};
+
 CabStream& StreamOf(INT_PTR handle) noexcept {
     return *reinterpret_cast<CabStream*>(handle);
+}
+
+CabInput& InputOf(INT_PTR handle) noexcept {
+    return static_cast<CabInput&>(StreamOf(handle));
+}
+
+INT_PTR HandleOf(CabStream* stream) noexcept {
+    return reinterpret_cast<INT_PTR>(stream);
 }
 
 void* DIAMONDAPI Allocate(ULONG size) {
@@ -24,12 +39,16 @@ void DIAMONDAPI Free(void* memory) {
 // The codec itself opens cabinets only.
 INT_PTR DIAMONDAPI Open(char* path, int, int) {
     ScopedFile file = OpenToRead(path);
-    CabStream* const stream = file ? new (std::nothrow) CabStream{std::move(file), nullptr} : nullptr;
-    return stream == nullptr ? -1 : reinterpret_cast<INT_PTR>(stream);
+    CabInput* const input = file ? new (std::nothrow) CabInput(std::move(file)) : nullptr;
+    return input == nullptr ? -1 : HandleOf(input);
 }
 
 UINT DIAMONDAPI Read(INT_PTR handle, void* buffer, UINT size) {
-    return ReadCabFile(StreamOf(handle).file.Get(), buffer, size);
+    CabInput& input = InputOf(handle);
+    const unsigned read = input.bytes.ReadSome(static_cast<unsigned long>(input.position), buffer, size);
+    if (read != kCabIoFailed)
+        input.position += static_cast<long>(read);
+    return read;
 }
 
 UINT DIAMONDAPI Write(INT_PTR handle, void* bytes, UINT size) {
@@ -39,16 +58,16 @@ UINT DIAMONDAPI Write(INT_PTR handle, void* bytes, UINT size) {
 
 // The file that is extracted belongs to its extraction. After a failure some codecs close what they never opened.
 int DIAMONDAPI Close(INT_PTR handle) {
-    if (handle == 0 || handle == -1)
-        return 0;
-    CabStream& stream = StreamOf(handle);
-    if (stream.extraction == nullptr)
-        delete &stream;
+    if (handle != 0 && handle != -1 && StreamOf(handle).extraction == nullptr)
+        delete &InputOf(handle);
     return 0;
 }
 
 __LONG32 DIAMONDAPI Seek(INT_PTR handle, __LONG32 distance, int origin) {
-    return SeekCabFile(StreamOf(handle).file.Get(), distance, origin);
+    CabInput& input = InputOf(handle);
+    const long from[] = {0, input.position, static_cast<long>(input.bytes.Size())};
+    input.position = from[origin] + distance;
+    return input.position;
 }
 
 // Nothing is stored in a cabinet without folders and files; the codec would not stand it.
@@ -79,14 +98,12 @@ bool CabReader::OpenCabinet(const char* path) noexcept {
 
 bool CabReader::Identify(FDICABINETINFO& facts) noexcept {
     m_error = {};
-    CabStream stream{std::move(m_cabinet), nullptr};
-    CabinetFile bytes(stream.file.Get());
+    CabInput input(std::move(m_cabinet));
     CabinetHeader header;
-    const ReadingError error = ReadCabinetHeader(bytes, header);
+    const ReadingError error = ReadCabinetHeader(input.bytes, header);
     if (error != ReadingError::kNone)
         return Fail(error);
-    ::SetFilePointer(stream.file.Get(), 0, nullptr, FILE_BEGIN);
-    if (Cabinets().fdiIsCabinet(m_context, reinterpret_cast<INT_PTR>(&stream), &facts))
+    if (Cabinets().fdiIsCabinet(m_context, HandleOf(&input), &facts))
         return true;
     return m_error.erfOper != 0 ? false : Fail(ReadingError::kNotACabinet);
 }
