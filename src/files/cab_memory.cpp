@@ -11,7 +11,7 @@ struct alignas(2 * sizeof(void*)) BlockHeader {
 };
 
 constexpr std::size_t kSmallestKept = 4096;
-constexpr std::size_t kLargestKept = 256 * 1024;
+constexpr std::size_t kLargestKept = std::size_t{256} * 1024;
 
 BlockHeader* g_kept[8];  // each exchanged as a whole
 
