@@ -73,7 +73,8 @@ private:
     SecurityAttributes* EveryonesAccess() noexcept;
     int AwaitListener(unsigned int timeout) noexcept;
     long AwaitSource(unsigned int timeout) noexcept;
-    bool Answer(kiv::IpcLock& lock, int (*handler)(const char* name, const char* payload, long* response)) noexcept;
+    bool Answer(const kiv::IpcBlock& seen, kiv::IpcLock& lock,
+                int (*handler)(const char* name, const char* payload, long* response)) noexcept;
     void Refuse(kiv::IpcLock& lock) noexcept;
 
     char m_name[128];

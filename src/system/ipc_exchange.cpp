@@ -19,41 +19,44 @@ using kiv::WaitFor;
 
 namespace {
 
-// The texts of a notification as this process saw them: whoever writes the block without the lock cannot change them
-// any more, and they are terminated.
-struct Notification {
-    explicit Notification(const kiv::IpcBlock& block) noexcept {
-        std::memcpy(name, block.name, sizeof name);
-        std::memcpy(payload, block.payload, sizeof payload);
-        name[sizeof name - 1] = '\0';
-        payload[sizeof payload - 1] = '\0';
-    }
-
-    char name[sizeof(kiv::IpcBlock::name)];
-    char payload[sizeof(kiv::IpcBlock::payload)];
+// The words of the log's lines about one side of the line, and about the other.
+struct Side {
+    const char* tag;
+    const char* other;
 };
+constexpr Side kSource = {"IPC(Source)   : ", "listener"};
+constexpr Side kListener = {"IPC(Listener) : ", "source"};
+
+// Waits until the other side tells that it is there.
+Waited AwaitAlive(const Side& side, void* alive, unsigned timeout) noexcept {
+    if (timeout == INFINITE)
+        KIV_LOG_IPC("%swaiting for %s to become alive...", side.tag, side.other);
+    else
+        KIV_LOG_IPC("%swaiting %i ms for %s to become alive...", side.tag, static_cast<int>(timeout), side.other);
+    const Waited waited = WaitFor(alive, timeout);
+    if (waited == Waited::kSignalled)
+        KIV_LOG_IPC("%s%s alive", side.tag, side.other);
+    else if (waited == Waited::kTimeout)
+        KIV_LOG_IPC("%stimeout", side.tag);
+    return waited;
+}
+
+// The block as this process saw it: whoever writes it without the lock cannot change this any more, and its texts are
+// terminated.
+kiv::IpcBlock Seen(const kiv::IpcBlock& block) noexcept {
+    kiv::IpcBlock seen = block;
+    seen.name[sizeof seen.name - 1] = '\0';
+    seen.payload[sizeof seen.payload - 1] = '\0';
+    return seen;
+}
 
 }  // namespace
 
 // 0 when none came.
 int CKivLocalIpc::AwaitListener(unsigned int timeout) noexcept {
-    if (m_response != nullptr)
-        return 1;
-    if (timeout == INFINITE)
-        KIV_LOG_IPC("IPC(Source)   : waiting for listener to become alive...");
-    else
-        KIV_LOG_IPC("IPC(Source)   : waiting %i ms for listener to become alive...", static_cast<int>(timeout));
-    switch (WaitFor(m_listenerAlive, timeout)) {
-    case Waited::kSignalled:
-        KIV_LOG_IPC("IPC(Source)   : listener alive");
+    if (m_response == nullptr && AwaitAlive(kSource, m_listenerAlive, timeout) == Waited::kSignalled)
         CommonConstruct();
-        return m_response != nullptr ? 1 : 0;
-    case Waited::kTimeout:
-        KIV_LOG_IPC("IPC(Source)   : timeout");
-        return 0;
-    default:
-        return 0;
-    }
+    return m_response != nullptr ? 1 : 0;
 }
 
 long CKivLocalIpc::Send(const char* name, const char* payload, unsigned int timeout) noexcept {
@@ -85,31 +88,22 @@ long CKivLocalIpc::Send(const char* name, const char* payload, unsigned int time
 long CKivLocalIpc::AwaitSource(unsigned int timeout) noexcept {
     if (m_notification != nullptr)
         return kiv::kStatusOk;
-    if (timeout == INFINITE)
-        KIV_LOG_IPC("IPC(Listener) : waiting for source to become alive...");
-    else
-        KIV_LOG_IPC("IPC(Listener) : waiting %i ms for source to become alive...", static_cast<int>(timeout));
-    switch (WaitFor(m_sourceAlive, timeout)) {
-    case Waited::kSignalled:
-        KIV_LOG_IPC("IPC(Listener) : source alive");
-        CommonConstruct();
-        return m_notification != nullptr ? kiv::kStatusOk : kiv::kStatusFail;
-    case Waited::kTimeout:
-        KIV_LOG_IPC("IPC(Listener) : timeout");
+    const Waited waited = AwaitAlive(kListener, m_sourceAlive, timeout);
+    if (waited == Waited::kTimeout)
         return kiv::kStatusFalse;
-    default:
-        return kiv::kStatusFail;
-    }
+    if (waited == Waited::kSignalled)
+        CommonConstruct();
+    return m_notification != nullptr ? kiv::kStatusOk : kiv::kStatusFail;
 }
 
-// Calls the handler for what the block holds, under the lock; then tells the source. Whether to go on listening.
-bool CKivLocalIpc::Answer(kiv::IpcLock& lock, int (*handler)(const char*, const char*, long*)) noexcept {
-    const Notification notification(*m_block);
-    KIV_LOG_IPC("IPC(Listener) : received notification '%s' from source (PID %i)", notification.name,
-                static_cast<int>(m_block->processId));
+// Calls the handler for a notification, under the lock; then tells the source. Whether to go on listening.
+bool CKivLocalIpc::Answer(const kiv::IpcBlock& seen, kiv::IpcLock& lock,
+                          int (*handler)(const char*, const char*, long*)) noexcept {
+    KIV_LOG_IPC("IPC(Listener) : received notification '%s' from source (PID %i)", seen.name,
+                static_cast<int>(seen.processId));
     m_block->processId = ::GetCurrentProcessId();
-    long response = m_block->response;
-    const bool goOn = handler != nullptr && handler(notification.name, notification.payload, &response) != 0;
+    long response = seen.response;
+    const bool goOn = handler != nullptr && handler(seen.name, seen.payload, &response) != 0;
     m_block->response = response;
     lock.Release();
     KIV_LOG_IPC("IPC(Listener) : sending response to source, %s listening", goOn ? "continue" : "stop");
@@ -143,9 +137,10 @@ long CKivLocalIpc::Receive(int (*handler)(const char* name, const char* payload,
         }
         if (!lock)
             return kiv::kStatusFail;
-        if (m_name[0] != '\0' && std::strncmp(m_block->name, m_name, sizeof m_name - 1) != 0)
+        const kiv::IpcBlock seen = Seen(*m_block);
+        if (m_name[0] != '\0' && std::strcmp(seen.name, m_name) != 0)
             Refuse(lock);
-        else if (!Answer(lock, handler))
+        else if (!Answer(seen, lock, handler))
             return kiv::kStatusOk;
     }
 }
