@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "support/ascii.h"
 #include "support/line_walk.h"
 
 using namespace std::string_view_literals;
@@ -10,14 +11,12 @@ using namespace std::string_view_literals;
 namespace kiv {
 namespace {
 
-constexpr unsigned kFirstBeyondAscii = 0x80;
-
 constexpr std::string_view kMark = "\xFF\xFE"sv;
 constexpr std::string_view kLineEnd = "\r\n"sv;
 constexpr std::string_view kWideLineEnd = "\r\0\n\0"sv;
 
 bool IsAsciiUnits(std::u16string_view text) noexcept {
-    return std::all_of(text.begin(), text.end(), [](char16_t c) { return c < kFirstBeyondAscii; });
+    return std::all_of(text.begin(), text.end(), [](char16_t c) { return c < 0x80; });
 }
 
 bool AppendAsciiAsNarrow(std::u16string_view text, HeapBuffer<char>& result) noexcept {
@@ -49,11 +48,6 @@ std::size_t TotalLength(const char* const* lines, std::size_t count) noexcept {
 }
 
 }  // namespace
-
-bool IsAscii(std::string_view text) noexcept {
-    return std::all_of(text.begin(), text.end(),
-                       [](char c) { return static_cast<unsigned char>(c) < kFirstBeyondAscii; });
-}
 
 bool NarrowLines(std::u16string_view text, AppendNarrow convert, HeapBuffer<char>& lines, std::size_t& count) noexcept {
     count = 0;

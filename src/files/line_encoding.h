@@ -23,9 +23,6 @@ bool NarrowLines(std::u16string_view text, AppendNarrow convert, HeapBuffer<char
 bool EncodeLines(const char* const* lines, std::size_t count, HeapBuffer<char>& bytes) noexcept;
 bool EncodeWideLines(const char* const* lines, std::size_t count, AppendWide convert, HeapBuffer<char>& bytes) noexcept;
 
-// Whether every character is one of the 128 that are the same in all encodings.
-bool IsAscii(std::string_view text) noexcept;
-
 }  // namespace kiv
 
 #endif

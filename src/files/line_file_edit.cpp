@@ -1,15 +1,16 @@
 #include "support/windows_api.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstring>
 #include <cwchar>
 #include <limits>
 #include <new>
 #include <string>
 
-#include "files/line_encoding.h"
 #include "files/line_list.h"
 #include "files/line_text.h"
+#include "support/ascii.h"
 #include "support/heap_text.h"
 #include "support/text_convert.h"
 #include "tavkivut/line_file.h"
@@ -142,16 +143,9 @@ CKivIsamFile& CKivIsamFile::operator<<(const wchar_t* text) noexcept {
 }
 
 CKivIsamFile& CKivIsamFile::operator<<(long number) noexcept {
-    wchar_t digits[16];
-    long rest = number;
-    wchar_t* at = digits + 16;
-    *--at = L'\0';
-    do {
-        const long digit = rest % 10;
-        *--at = static_cast<wchar_t>(L'0' + (digit < 0 ? -digit : digit));
-        rest /= 10;
-    } while (rest != 0);
-    if (number < 0)
-        *--at = L'-';
-    return *this << at;
+    char digits[std::numeric_limits<long>::digits10 + 2];
+    const char* end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+    wchar_t text[sizeof digits + 1] = {};
+    std::copy<const char*>(digits, end, text);
+    return *this << text;
 }

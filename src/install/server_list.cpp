@@ -56,13 +56,6 @@ bool IsUncPath(std::string_view path) noexcept {
     return path.size() >= 2 && path[0] == '\\' && path[1] == '\\';
 }
 
-std::string_view WithoutTrailingBackslash(std::string_view path, LeadByteTest isLead) noexcept {
-    std::size_t last = path.size();
-    for (std::size_t at = NextBackslash(path, 0, isLead); at < path.size(); at = NextBackslash(path, at + 1, isLead))
-        last = at;
-    return last + 1 == path.size() ? path.substr(0, last) : path;
-}
-
 std::string_view HostOfUncPath(std::string_view path, LeadByteTest isLead) noexcept {
     return IsUncPath(path) ? PartAt(path, 2, isLead) : std::string_view();
 }

@@ -27,9 +27,6 @@ std::string ServerListWith(std::string_view list, std::string_view path);
 
 bool IsUncPath(std::string_view path) noexcept;
 
-// The path without one "\" at its end.
-std::string_view WithoutTrailingBackslash(std::string_view path, LeadByteTest isLead) noexcept;
-
 // The host and the share of a path \\host\share\...; empty for any other path and where the part is missing.
 std::string_view HostOfUncPath(std::string_view path, LeadByteTest isLead) noexcept;
 std::string_view ShareOfUncPath(std::string_view path, LeadByteTest isLead) noexcept;

@@ -1,7 +1,6 @@
 #include "java/java_session.h"
 
-#include <algorithm>
-
+#include "support/ascii.h"
 #include "support/text_convert.h"
 
 namespace kiv {
@@ -9,8 +8,7 @@ namespace kiv {
 // Windows 95 cannot convert to UTF-8, so plain ASCII, which is the same in both, is not converted.
 std::string JniText(const char* text) {
     const std::string_view view = text == nullptr ? "" : text;
-    const bool isAscii = std::all_of(view.begin(), view.end(), [](char c) { return c >= 0; });
-    return isAscii ? std::string(view) : Utf8FromWide(WideFromAnsi(view));
+    return IsAscii(view) ? std::string(view) : Utf8FromWide(WideFromAnsi(view));
 }
 
 JNIEnv* JavaSession::Enter() noexcept {

@@ -93,11 +93,6 @@ bool Locate(const std::string& version, std::size_t homeLimit, kiv::JavaLocation
     return false;
 }
 
-void RemoveTrailingBackslash(std::string& path) {
-    if (!path.empty() && kiv::LastBackslash(path, kiv::IsAnsiLeadByte) == path.size() - 1)
-        path.pop_back();
-}
-
 }  // namespace
 
 int CKivJavaVM::LoadJVM() noexcept {
@@ -110,7 +105,7 @@ int CKivJavaVM::LoadJVM() noexcept {
     kiv::JavaLocation location;
     if (version.empty() || !Locate(version, sizeof m_homePath - 1, location))
         return 0;
-    RemoveTrailingBackslash(location.home);
+    location.home = kiv::WithoutTrailingBackslash(location.home, kiv::IsAnsiLeadByte);
     kiv::CopyText(m_homePath, sizeof m_homePath, location.home.c_str());
     return LoadRuntime(location.library.c_str()) && CreateMachine(location.library.c_str()) ? 1 : 0;
 }

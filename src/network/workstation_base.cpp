@@ -3,7 +3,6 @@
 #include <string_view>
 
 #include "files/path_text.h"
-#include "install/server_list.h"
 #include "install/server_paths.h"
 #include "support/ascii.h"
 #include "support/code_page.h"

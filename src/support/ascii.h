@@ -8,6 +8,14 @@ namespace kiv {
 
 // Character rules that depend on no locale: only the 128 ASCII codes have classes and case.
 
+constexpr bool IsAscii(std::string_view text) noexcept {
+    for (const char c : text) {
+        if (static_cast<unsigned char>(c) >= 0x80)
+            return false;
+    }
+    return true;
+}
+
 constexpr bool IsDigit(char c) noexcept {
     return c >= '0' && c <= '9';
 }

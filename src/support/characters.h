@@ -37,6 +37,12 @@ inline std::size_t LastBackslash(std::string_view path, LeadByteTest isLead) noe
     return last;
 }
 
+// The path without one "\" at its end.
+inline std::string_view WithoutTrailingBackslash(std::string_view path, LeadByteTest isLead) noexcept {
+    const std::size_t last = LastBackslash(path, isLead);
+    return last + 1 == path.size() ? path.substr(0, last) : path;
+}
+
 }  // namespace kiv
 
 #endif

@@ -44,8 +44,7 @@ bool SameText(const char* a, const char* b) noexcept {
     const std::string_view second = b;
     if (first.size() != second.size())
         return false;
-    const auto isAscii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
-    if (first == second || std::all_of(first.begin(), first.end(), isAscii))
+    if (first == second || kiv::IsAscii(first))
         return kiv::EqualsIgnoreCase(first, second);
     try {
         return UpperCase(first) == UpperCase(second);

@@ -1,6 +1,7 @@
 #include "system/services_text.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -21,6 +22,8 @@ constexpr std::size_t kPortGap = 5;
 constexpr std::size_t kAliasGap = 4;
 constexpr std::size_t kCommentGap = 6;
 constexpr std::size_t kSpareRoom = 32;
+
+using PortDigits = char[std::numeric_limits<long>::digits10 + 2];
 
 constexpr long kFirstListRoom = 64;
 constexpr std::int64_t kMostPort = std::numeric_limits<std::int32_t>::max();
@@ -64,22 +67,14 @@ bool IsService(const NETSERVICE& entry) noexcept {
     return entry.name != nullptr && entry.protocol != nullptr && entry.port != NETSERVICE_NO_PORT;
 }
 
-// The port and its sign, at the end of the buffer.
-std::string_view PortText(long port, char (&buffer)[12]) noexcept {
-    char* at = buffer + sizeof buffer;
-    unsigned long rest = port < 0 ? 0UL - static_cast<unsigned long>(port) : static_cast<unsigned long>(port);
-    do {
-        *--at = static_cast<char>('0' + rest % 10);
-        rest /= 10;
-    } while (rest != 0);
-    if (port < 0)
-        *--at = '-';
-    return {at, static_cast<std::size_t>(buffer + sizeof buffer - at)};
+std::string_view PortText(long port, PortDigits& digits) noexcept {
+    const char* end = std::to_chars(digits, digits + sizeof digits, port).ptr;
+    return {digits, static_cast<std::size_t>(end - digits)};
 }
 
 std::size_t PortLength(const NETSERVICE& entry) noexcept {
-    char buffer[12];
-    return PortText(entry.port, buffer).size() + 1 + std::strlen(entry.protocol);
+    PortDigits digits;
+    return PortText(entry.port, digits).size() + 1 + std::strlen(entry.protocol);
 }
 
 std::size_t AliasLength(const NETSERVICE& entry) noexcept {
@@ -230,10 +225,10 @@ std::size_t FormatService(const NETSERVICE& entry, const NETSERVICEWIDTHS& width
     LineWriter writer(line);
     std::size_t commentColumn = 0;
     if (IsService(entry)) {
-        char port[12];
+        PortDigits digits;
         const std::size_t portEnd = widths.name + kPortGap + widths.port;
         writer.Put(0, entry.name);
-        writer.Put(portEnd - PortLength(entry), PortText(entry.port, port));
+        writer.Put(portEnd - PortLength(entry), PortText(entry.port, digits));
         writer.Put(writer.Length(), "/");
         writer.Put(writer.Length(), entry.protocol);
         std::size_t column = portEnd + kAliasGap;
