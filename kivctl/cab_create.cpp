@@ -177,17 +177,19 @@ void Pack(const std::string& cabinet, const std::vector<Item>& items, std::uint6
 void Replace(const std::string& made, const std::string& cabinet) {
     if (::MoveFileExA(made.c_str(), cabinet.c_str(), MOVEFILE_REPLACE_EXISTING))
         return;
-    if (::GetLastError() == ERROR_CALL_NOT_IMPLEMENTED) {
+    DWORD error = ::GetLastError();
+    if (error == ERROR_CALL_NOT_IMPLEMENTED) {
         const std::string old = made + ".old";
         const bool isKept = ::MoveFileA(cabinet.c_str(), old.c_str()) != FALSE;
         if (::MoveFileA(made.c_str(), cabinet.c_str())) {
             ::DeleteFileA(old.c_str());
             return;
         }
+        error = ::GetLastError();
         if (isKept)
             ::MoveFileA(old.c_str(), cabinet.c_str());
     }
-    throw Failure("'" + cabinet + "' cannot be written: " + ErrorText(::GetLastError()));
+    throw Failure("'" + cabinet + "' cannot be written: " + ErrorText(error));
 }
 
 // What a derived class can reach.

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "files/cab_error.h"
+#include "files/cab_layout.h"
 #include "files/cab_name.h"
 #include "files/cab_reader.h"
 #include "files/cab_writer.h"
@@ -24,7 +25,6 @@ struct KivCabSession {
 namespace {
 
 constexpr unsigned kNotOpened = 0xFFFFFFFF;
-constexpr USHORT kOwnSetId = 0x3634;
 
 struct ArchivePath {
     std::string folder;
@@ -115,7 +115,7 @@ unsigned int CKivCabArchive::Open(const char* path) noexcept {
                 "Successfully opened archive '%s'\n\n   Total length of archive      : %i Bytes\n"
                 "   Number of files in archive   : %i\n   Archive vendor               : %s\n",
                 (WithBackslash(Folder()) + m_name).c_str(), static_cast<int>(facts.cbCabinet),
-                static_cast<int>(facts.cFiles), facts.setID == kOwnSetId ? "TAV AG" : "Unknown");
+                static_cast<int>(facts.cFiles), facts.setID == kiv::kOwnSetId ? "TAV AG" : "Unknown");
         return facts.cFiles;
     }
     Close();

@@ -1,6 +1,7 @@
 #include "files/cab_extraction.h"
 
 #include "files/cab_file.h"
+#include "files/cab_layout.h"
 #include "files/cab_name.h"
 #include "files/kept_attributes.h"
 #include "support/ascii.h"
@@ -15,8 +16,6 @@ namespace {
 constexpr INT_PTR kSkip = 0;
 constexpr INT_PTR kGoOn = 1;
 constexpr INT_PTR kAbort = -1;
-constexpr USHORT kRestoredAttributes =
-    FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_ARCHIVE;
 
 struct StoredName {
     std::string text;
@@ -102,7 +101,7 @@ INT_PTR CabExtraction::Begin(const FDINOTIFICATION& stored) {
         m_info.enumerate(name.text.c_str(), m_info.context);
     if (m_info.describe != nullptr) {
         const KIV_ARCHIVE_ENTRY entry{name.text.c_str(), static_cast<unsigned long>(stored.cb), stored.date,
-                                      stored.time, static_cast<unsigned short>(stored.attribs & kRestoredAttributes)};
+                                      stored.time, static_cast<unsigned short>(stored.attribs & kCabinetAttributes)};
         m_info.describe(&entry, m_info.context);
     }
     if (m_info.enumerate != nullptr || m_info.describe != nullptr)
@@ -179,7 +178,7 @@ void CabExtraction::FinishTarget(const FDINOTIFICATION& stored) noexcept {
     if (::DosDateTimeToFileTime(stored.date, stored.time, &local) && ::LocalFileTimeToFileTime(&local, &time))
         ::SetFileTime(m_stream.file.Get(), &time, nullptr, &time);
     m_stream.file.Reset();
-    ::SetFileAttributesA(m_target.c_str(), stored.attribs & kRestoredAttributes);
+    ::SetFileAttributesA(m_target.c_str(), stored.attribs & kCabinetAttributes);
 }
 
 // The file at which the extraction ended is not whole.

@@ -22,6 +22,12 @@ namespace kiv {
 //     NUL data      0 checksum   4 packed bytes   6 unpacked bytes, at most 32768   then the reserved bytes and the
 //     packed
 
+// The set identifier of every cabinet that is made here.
+constexpr std::uint16_t kOwnSetId = 0x3634;
+
+// The attributes that a cabinet keeps of a file: read-only, hidden, system, archive.
+constexpr std::uint16_t kCabinetAttributes = 0x01 | 0x02 | 0x04 | 0x20;
+
 // The bytes of a cabinet, wherever they are.
 class CabinetBytes {
 public:

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "files/cab_file.h"
+#include "files/cab_layout.h"
 #include "files/cab_memory.h"
 #include "files/kept_attributes.h"
 #include "support/heap_text.h"
@@ -15,9 +16,6 @@ namespace {
 
 constexpr ULONG kLargestCabinet = 0x20000000;
 constexpr ULONG kFolderThreshold = 0x100000;
-constexpr USHORT kSetId = 0x3634;
-constexpr DWORD kStoredAttributes =
-    FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_ARCHIVE;
 constexpr DWORD kLargestFile = 0x7FFF8000;  // what the blocks of one folder can hold
 constexpr unsigned kMostFiles = 0xFFFF;
 constexpr USHORT kFirstDate = 0x0021;  // 1980-01-01: for what DOS cannot tell
@@ -128,7 +126,7 @@ bool CabWriter::Create(const std::string& folder, const char* name) noexcept {
     m_cabinet.cb = kLargestCabinet;
     m_cabinet.cbFolderThresh = kFolderThreshold;
     m_cabinet.iCab = 1;
-    m_cabinet.setID = kSetId;
+    m_cabinet.setID = kOwnSetId;
     if (!Cabinets().CanWrite() || !CopyText(m_cabinet.szCab, sizeof m_cabinet.szCab, name) ||
         !CopyText(m_cabinet.szCabPath, sizeof m_cabinet.szCabPath, folder.c_str()))
         return Fail(WritingError::kCabinetFile);
@@ -159,7 +157,7 @@ bool CabWriter::OpenSource(const char* file) noexcept {
         m_date = date;
         m_time = time;
     }
-    m_attributes = static_cast<USHORT>(facts.dwFileAttributes & kStoredAttributes);
+    m_attributes = static_cast<USHORT>(facts.dwFileAttributes & kCabinetAttributes);
     return true;
 }
 
