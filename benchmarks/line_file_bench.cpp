@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "bench.h"
+#include "bench_file.h"
 
 #include <psapi.h>
 
@@ -15,33 +15,12 @@
 
 namespace {
 
+using kiv::bench::ReadFile;
+using kiv::bench::Require;
+using kiv::bench::WriteFile;
+
 constexpr int kLines = 1000000;
 constexpr long kEvery = 1000;  // every how many lines one is changed
-
-void Require(bool condition, const char* what) {
-    if (!condition) {
-        std::fprintf(stderr, "line_file_bench: %s\n", what);
-        std::exit(1);
-    }
-}
-
-void WriteFile(const std::string& path, std::string_view bytes) {
-    const HANDLE file = ::CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
-    DWORD written = 0;
-    Require(::WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) &&
-                ::FlushFileBuffers(file),
-            "not written");
-    ::CloseHandle(file);
-}
-
-std::string ReadFile(const std::string& path) {
-    const HANDLE file = ::CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
-    std::string bytes(::GetFileSize(file, nullptr), '\0');
-    DWORD read = 0;
-    Require(::ReadFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &read, nullptr), "not read");
-    ::CloseHandle(file);
-    return bytes;
-}
 
 // Line by line, so that it takes no memory.
 void MakeFile(const std::string& path) {

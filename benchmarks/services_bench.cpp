@@ -7,20 +7,17 @@
 #include <string_view>
 #include <vector>
 
-#include "bench.h"
+#include "bench_file.h"
 
 #include "tavkivut/net_services.h"
 
 namespace {
 
-constexpr int kLines = 100000;
+using kiv::bench::ReadFile;
+using kiv::bench::Require;
+using kiv::bench::WriteFile;
 
-void Require(bool condition, const char* what) {
-    if (!condition) {
-        std::fprintf(stderr, "services_bench: %s\n", what);
-        std::exit(1);
-    }
-}
+constexpr int kLines = 100000;
 
 std::string FileText() {
     std::string text;
@@ -30,24 +27,6 @@ std::string FileText() {
                             : "service" + number + "\t\t" + number + "/tcp\t\talias" + number + "\t# the comment\r\n";
     }
     return text;
-}
-
-void WriteFile(const std::string& path, std::string_view bytes) {
-    const HANDLE file = ::CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
-    DWORD written = 0;
-    Require(::WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) &&
-                ::FlushFileBuffers(file),
-            "not written");
-    ::CloseHandle(file);
-}
-
-std::string ReadFile(const std::string& path) {
-    const HANDLE file = ::CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
-    std::string bytes(::GetFileSize(file, nullptr), '\0');
-    DWORD read = 0;
-    Require(::ReadFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &read, nullptr), "not read");
-    ::CloseHandle(file);
-    return bytes;
 }
 
 // The peer: the words of each line, written back with one blank between two.
