@@ -9,17 +9,13 @@
 #include "kivctl/command.h"
 #include "kivctl/password.h"
 #include "kivctl/service_view.h"
+#include "support/characters.h"
+#include "support/code_page.h"
 #include "tavkivut/file.h"
 #include "tavkivut/install_service.h"
 
 namespace kivctl {
 namespace {
-
-constexpr char kName[] = "TAVInstallerSvc";
-constexpr char kProgram[] = "tavkivis.exe";
-constexpr char kLibrary[] = "tavkivlg.dll";
-constexpr char kDisplayName[] = "Allows users to install TAV Front-End Applications and Updates on their computers";
-constexpr char kDescription[] = "Allows users to install software and patches on locked-down workstations";
 
 constexpr int kDeleteAttempts = 30;   // of a program that is about to end
 constexpr DWORD kDeletePeriod = 100;  // milliseconds
@@ -39,10 +35,6 @@ struct Options {
     const char* Computer() const { return IsLocal() ? nullptr : computer.c_str(); }
 };
 
-[[noreturn]] void Fail(const std::string& what, unsigned long error) {
-    throw Failure(what + ": " + ErrorText(error));
-}
-
 // What a status long says, where it does not say success.
 void Require(long status, const std::string& what) {
     if (status == 1)
@@ -55,7 +47,8 @@ void Require(long status, const std::string& what) {
 }
 
 CKivInstallService ServiceOf(const Options& options) {
-    return {options.Computer(), kName, kProgram, kDisplayName, kDescription};
+    return {options.Computer(), kKivInstallServiceName, kKivInstallServiceExe, kKivInstallServiceDisplay,
+            kKivInstallServiceDesc};
 }
 
 // The service as the service manager of the computer knows it.
@@ -63,7 +56,8 @@ class InstalledService : public CNTScmService {
 public:
     InstalledService(const Options& options, unsigned long access) {
         CNTServiceControlManager manager;
-        if (!manager.Open(options.Computer(), SC_MANAGER_CONNECT) || !manager.OpenServiceA(kName, access, *this))
+        if (!manager.Open(options.Computer(), SC_MANAGER_CONNECT) ||
+            !manager.OpenServiceA(kKivInstallServiceName, access, *this))
             Fail("the service cannot be opened", manager.GetLastError());
     }
 
@@ -147,11 +141,12 @@ void Update(const Options& options) {
     const bool wasRunning = state != SERVICE_STOPPED && state != SERVICE_STOP_PENDING;
     if (state != SERVICE_STOPPED)
         Require(service.IsStopped(), "the service does not stop");
-    Require(service.MakeUptodate(), "the files cannot be brought up to date");
+    const long updated = service.MakeUptodate();
     const std::string after = VersionOf(options, program);
     std::cout << program << ": " << before << (after == before ? "" : " -> " + after) << "\n";
     if (wasRunning)
         Start(service, options);
+    Require(updated, "the files cannot be brought up to date");
 }
 
 // A program that was told to stop keeps its file for a moment.
@@ -169,13 +164,13 @@ void Delete(const std::string& path, const std::string& shown) {
 
 // The program and the library beside it, on another computer through a share of their folder.
 void DeleteFiles(const Options& options, const std::string& program) {
-    const std::string folder = program.substr(0, program.rfind('\\'));
+    const std::string folder = program.substr(0, kiv::LastBackslash(program, kiv::IsAnsiLeadByte));
     CKivRemoteShare share(options.Computer());
     share.SetLocalPath(folder.c_str());
     if (!options.IsLocal() && !share.OpenShare())
         Fail("the folder '" + folder + "' cannot be shared", ::GetLastError());
     const std::string reached = options.IsLocal() ? folder : share.GetUNCName();
-    for (const char* const name : {kProgram, kLibrary})
+    for (const char* const name : {kKivInstallServiceExe, kKivInstallServiceLog})
         Delete(reached + "\\" + name, folder + "\\" + name);
 }
 
@@ -188,7 +183,7 @@ void Remove(const Options& options) {
         if (!installed.Delete())
             Fail("the service cannot be deleted", ::GetLastError());
     }
-    std::cout << "removed " << kName << "\n";
+    std::cout << "removed " << kKivInstallServiceName << "\n";
     if (options.files)
         DeleteFiles(options, program);
 }

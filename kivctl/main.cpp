@@ -61,6 +61,10 @@ std::string ErrorText(unsigned long win32Error) {
     return text + "(" + std::to_string(win32Error) + ")";
 }
 
+void Fail(const std::string& what, unsigned long win32Error) {
+    throw Failure(what + ": " + ErrorText(win32Error));
+}
+
 std::string Utf8(const std::string& text) {
     return kiv::Utf8FromWide(kiv::WideFromAnsi(text));
 }

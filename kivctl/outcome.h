@@ -17,6 +17,9 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+// With the system's text for a Win32 error behind what failed.
+[[noreturn]] void Fail(const std::string& what, unsigned long win32Error);
+
 // Ends a subcommand with exit code 2, the text and the usage of that subcommand.
 class UsageError : public std::runtime_error {
 public:

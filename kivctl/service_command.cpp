@@ -33,10 +33,6 @@ struct Options {
     bool json = false;
 };
 
-[[noreturn]] void Fail(const std::string& what, unsigned long error) {
-    throw Failure(what + ": " + ErrorText(error));
-}
-
 class Manager : public CNTServiceControlManager {
 public:
     Manager(const Options& options, unsigned long access) {

@@ -27,8 +27,6 @@
 
 namespace {
 
-constexpr char kServiceName[] = "TAVInstallerSvc";
-constexpr char kServiceProgram[] = "tavkivis.exe";
 constexpr unsigned long kStopLimit = 10000;  // milliseconds
 
 struct Options {
@@ -119,7 +117,7 @@ bool DeployHere(char* account, char* password) {
 }
 
 bool DeployOn(const char* computer, char* account, char* password) {
-    CKivInstallService service(computer, kServiceName, kServiceProgram, "Installs TAV applications",
+    CKivInstallService service(computer, kKivInstallServiceName, kKivInstallServiceExe, "Installs TAV applications",
                                "Installs software and patches on locked-down workstations");
     // A program that runs cannot be replaced.
     if (service.IsInstalled() == 0 && !Step("stop", service.IsStopped()))
@@ -150,7 +148,8 @@ bool Tell(const char* what, int result) {
 bool RemoveService() {
     CNTServiceControlManager manager;
     CNTScmService service;
-    if (!manager.Open(nullptr, SC_MANAGER_CONNECT) || !manager.OpenServiceA(kServiceName, SERVICE_ALL_ACCESS, service))
+    if (!manager.Open(nullptr, SC_MANAGER_CONNECT) ||
+        !manager.OpenServiceA(kKivInstallServiceName, SERVICE_ALL_ACCESS, service))
         return false;
     SERVICE_STATUS status{};
     if (!service.QueryStatus(status))
@@ -164,7 +163,7 @@ bool Remove() {
     if (!Step("removal", RemoveService() ? 0 : E_FAIL))
         return false;
     const std::string folder = KivGetTavWkstaPath(nullptr, nullptr);
-    for (const char* file : {kServiceProgram, "tavkivlg.dll", "__TAV.DIR"})
+    for (const char* file : {kKivInstallServiceExe, kKivInstallServiceLog, "__TAV.DIR"})
         ::DeleteFileA((folder + "\\" + file).c_str());
     CKivRegKey general(nullptr, "HKLM\\Software\\TAV\\TAVSetup\\General", nullptr, KEY_ALL_ACCESS);
     general["TAVwkstaPath"].remove();

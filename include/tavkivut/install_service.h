@@ -24,6 +24,15 @@
 #include "tavkivut/network.h"
 #include "tavkivut/service_control.h"
 
+// The installer service as CreateInstallationService installs it, and the library that its program needs beside it.
+inline constexpr char kKivInstallServiceName[] = "TAVInstallerSvc";
+inline constexpr char kKivInstallServiceExe[] = "tavkivis.exe";
+inline constexpr char kKivInstallServiceLog[] = "tavkivlg.dll";
+inline constexpr char kKivInstallServiceDisplay[] =
+    "Allows users to install TAV Front-End Applications and Updates on their computers";
+inline constexpr char kKivInstallServiceDesc[] =
+    "Allows users to install software and patches on locked-down workstations";
+
 // Installs, or installs anew, the service on this computer: stops it, copies "tavkivlg.dll" and "tavkivis.exe" from the
 // running program's folder to the workstation directory (KivGetTavWkstaPath), grants the account its rights, makes the
 // service (started on demand) or configures the one that is there, and opens it to everyone. The stop is not waited

@@ -123,12 +123,8 @@ unsigned long CKivInstallService::Connect() noexcept {
 unsigned long CKivInstallService::OpenTarget(CNTScmService& service) noexcept {
     if (const DWORD error = Connect())
         return error;
-    SC_HANDLE handle = nullptr;
-    const DWORD error =
-        kiv::CallService(handle, kiv::Services().openService, SC_HANDLE(m_manager), m_name, kiv::kServiceAccess);
-    if (error == ERROR_SUCCESS)
-        service.Attach(handle);
-    else if (error != ERROR_SERVICE_DOES_NOT_EXIST)
+    const DWORD error = kiv::OpenInstalledService(m_manager, m_name, service);
+    if (error != ERROR_SUCCESS && error != ERROR_SERVICE_DOES_NOT_EXIST)
         m_manager.Close();
     return error;
 }

@@ -12,40 +12,20 @@
 
 namespace {
 
-constexpr const char* kName = "TAVInstallerSvc";
-constexpr const char* kDisplayName =
-    "Allows users to install TAV Front-End Applications and Updates on their computers";
-constexpr const char* kDescription = "Allows users to install software and patches on locked-down workstations";
-constexpr const char* kProgram = "tavkivis.exe";
-constexpr const char* kLoggingLibrary = "tavkivlg.dll";
-
 bool OpenManager(CNTServiceControlManager& manager) noexcept {
-    const auto open = kiv::Services().openManager;
-    const SC_HANDLE handle = open != nullptr ? open(nullptr, SERVICES_ACTIVE_DATABASEA, kiv::kManagerAccess) : nullptr;
-    const DWORD error = open != nullptr ? ::GetLastError() : ERROR_CALL_NOT_IMPLEMENTED;
-    if (handle == nullptr) {
-        KIV_LOG_WIN32_TEXT(error, "Cannot open SCM", kiv::kLogMain);
-        return false;
-    }
-    manager.Attach(handle);
-    return true;
-}
-
-// Gives the Win32 error, 0 for success; a service that is not there is no failure to tell of.
-DWORD OpenInstalled(const CNTServiceControlManager& manager, CNTScmService& service) noexcept {
     SC_HANDLE handle = nullptr;
     const DWORD error =
-        kiv::CallService(handle, kiv::Services().openService, SC_HANDLE(manager), kName, kiv::kServiceAccess);
+        kiv::CallManager(handle, kiv::Services().openManager, nullptr, SERVICES_ACTIVE_DATABASEA, kiv::kManagerAccess);
     if (error == ERROR_SUCCESS)
-        service.Attach(handle);
-    return error;
+        manager.Attach(handle);
+    return kiv::FinishServiceCall(error, "Cannot open SCM");
 }
 
 // So that the files are free. Whether it runs at all, and when it will have stopped, does not matter here.
 void StopInstalled(const CNTServiceControlManager& manager) noexcept {
     CNTScmService service;
     SERVICE_STATUS status;
-    if (OpenInstalled(manager, service) == ERROR_SUCCESS)
+    if (kiv::OpenInstalledService(manager, kKivInstallServiceName, service) == ERROR_SUCCESS)
         kiv::ServiceError(kiv::Services().controlService, service, static_cast<DWORD>(SERVICE_CONTROL_STOP), &status);
 }
 
@@ -62,10 +42,10 @@ void CopyBinary(const std::string& sourceDirectory, const std::string& targetDir
 DWORD CreateNew(const CNTServiceControlManager& manager, const char* binaryPath, const char* account,
                 const char* password, CNTScmService& service) noexcept {
     SC_HANDLE handle = nullptr;
-    const DWORD error =
-        kiv::CallService(handle, kiv::Services().createService, SC_HANDLE(manager), kName, kDisplayName,
-                         kiv::kServiceAccess, kiv::kServiceType, DWORD{SERVICE_DEMAND_START}, kiv::kServiceErrorControl,
-                         binaryPath, nullptr, nullptr, kiv::kServiceDependencies, account, password);
+    const DWORD error = kiv::CallService(handle, kiv::Services().createService, SC_HANDLE(manager),
+                                         kKivInstallServiceName, kKivInstallServiceDisplay, kiv::kServiceAccess,
+                                         kiv::kServiceType, DWORD{SERVICE_DEMAND_START}, kiv::kServiceErrorControl,
+                                         binaryPath, nullptr, nullptr, kiv::kServiceDependencies, account, password);
     if (error == ERROR_SUCCESS)
         service.Attach(handle);
     return error;
@@ -78,12 +58,12 @@ bool CreateOrConfigure(const CNTServiceControlManager& manager, const char* bina
     if (notCreated == ERROR_SUCCESS)
         return true;
     KIV_LOG_WIN32_TEXT(notCreated, "Cannot create service", kiv::kLogMain);
-    if (OpenInstalled(manager, service) != ERROR_SUCCESS)
+    if (kiv::OpenInstalledService(manager, kKivInstallServiceName, service) != ERROR_SUCCESS)
         return false;
     const DWORD notConfigured =
         kiv::ServiceError(kiv::Services().changeConfig, service, kiv::kServiceType, DWORD{SERVICE_DEMAND_START},
                           kiv::kServiceErrorControl, binaryPath, nullptr, nullptr, kiv::kServiceDependencies, account,
-                          password, kDisplayName);
+                          password, kKivInstallServiceDisplay);
     if (notConfigured != ERROR_SUCCESS)
         KIV_LOG_WIN32_TEXT(notConfigured, "Cannot configure service", kiv::kLogMain);
     return true;
@@ -105,14 +85,14 @@ int KIV_CALL CreateInstallationService(const char* account, const char* password
         return 0;
     }
     CKivTools::CreateDirectoryRecursive(target.c_str());
-    CopyBinary(source, target, kLoggingLibrary);
-    CopyBinary(source, target, kProgram);
+    CopyBinary(source, target, kKivInstallServiceLog);
+    CopyBinary(source, target, kKivInstallServiceExe);
     kiv::GrantServiceRights(nullptr, account);
 
     CNTScmService service;
-    const std::string binaryPath = kiv::ServiceBinaryPath(target + "\\" + kProgram);
+    const std::string binaryPath = kiv::ServiceBinaryPath(target + "\\" + kKivInstallServiceExe);
     if (!CreateOrConfigure(manager, binaryPath.c_str(), kiv::TextOrNull(account), password, service))
         return 0;
-    kiv::WriteServiceDescription(nullptr, kName, kDescription);
+    kiv::WriteServiceDescription(nullptr, kKivInstallServiceName, kKivInstallServiceDesc);
     return kiv::OpenServiceToEveryone(service) ? 1 : 0;
 }

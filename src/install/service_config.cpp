@@ -1,9 +1,9 @@
 // One service: its making and removal, configuration, security and dependents.
 
-#include "install/service_call.h"
-
-#include "tavkivut/service_control.h"
 #include <algorithm>
+
+#include "install/service_call.h"
+#include "tavkivut/service_control.h"
 
 namespace {
 

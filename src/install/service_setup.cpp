@@ -1,5 +1,6 @@
 #include "install/service_setup.h"
 
+#include "install/service_call.h"
 #include "network/computer.h"
 #include "support/log.h"
 #include "tavkivut/registry.h"
@@ -39,6 +40,14 @@ MachineArgument::MachineArgument(const char* computer) : m_server(ServerName(Com
 
 std::string ServiceBinaryPath(const std::string& path) {
     return path.find(' ') == std::string::npos ? path : '"' + path + '"';
+}
+
+DWORD OpenInstalledService(SC_HANDLE manager, const char* name, CNTScmService& service) noexcept {
+    SC_HANDLE handle = nullptr;
+    const DWORD error = CallService(handle, Services().openService, manager, name, kServiceAccess);
+    if (error == ERROR_SUCCESS)
+        service.Attach(handle);
+    return error;
 }
 
 void GrantServiceRights(const char* machine, const char* account) noexcept {

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "install/service_api.h"
+#include "tavkivut/service_control.h"
 
 namespace kiv {
 
@@ -32,6 +33,9 @@ inline const char* TextOrNull(const char* text) noexcept {
 
 // The path of a program as the service manager starts it: in quotes where a blank would end it.
 std::string ServiceBinaryPath(const std::string& path);
+
+// Opens an installed service. Gives the Win32 error, 0 for success, and writes no line.
+DWORD OpenInstalledService(SC_HANDLE manager, const char* name, CNTScmService& service) noexcept;
 
 // Grants the account what it needs to run the service; a line for each right. Nothing without an account.
 void GrantServiceRights(const char* machine, const char* account) noexcept;
