@@ -10,7 +10,7 @@ struct BacktrackStack::Block {
     Entry entries[kEntries];
 };
 
-BacktrackStack::~BacktrackStack() {
+void BacktrackStack::Release() noexcept {
     std::free(m_spare);
     while (m_block != nullptr) {
         Block* const below = m_block->below;

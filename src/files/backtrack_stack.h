@@ -32,7 +32,10 @@ public:
     // Entries are written before they are read.
     // cppcheck-suppress uninitMemberVar
     BacktrackStack() noexcept : m_top(m_own), m_begin(m_own), m_end(m_own + kOwn) {}
-    ~BacktrackStack();
+    ~BacktrackStack() {
+        if (m_block != nullptr || m_spare != nullptr)
+            Release();
+    }
     BacktrackStack(const BacktrackStack&) = delete;
     BacktrackStack& operator=(const BacktrackStack&) = delete;
 
@@ -60,6 +63,7 @@ private:
 
     bool Grow() noexcept;
     void Shrink() noexcept;
+    void Release() noexcept;
 
     Entry* m_top;
     Entry* m_begin;

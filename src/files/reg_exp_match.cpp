@@ -96,15 +96,29 @@ private:
         const std::string& prefix = m_plan.Prefix();
         if (!prefix.empty())
             return prefix.size() == 1 ? std::strchr(at, prefix[0]) : std::strstr(at, prefix.c_str());
-        // One bit for each place of a match that the bytes up to here can be, the first place lowest.
-        constexpr unsigned kLastPlace = 1u << (RegExpPlan::kPlaces - 1);
-        unsigned places = 0;
-        do
-            places = (places << 1 | 1u | RegExpPlan::kTerminator) & m_plan.Places(*at++);
-        while ((places & (kLastPlace | RegExpPlan::kTerminator)) == 0);
-        --at;
-        for (std::size_t place = RegExpPlan::kPlaces; place-- > 0;) {
-            if ((places & 1u << place) != 0)
+        if (m_plan.Places() == 1) {
+            while ((m_plan.ExcludedPlaces(*at) & 1) != 0) {
+                if (*at++ == '\0')
+                    return nullptr;
+            }
+            return at;
+        }
+        // One bit for each place of a match that the newest byte cannot be, the first place lowest. Two bytes are
+        // taken at once, which costs little more than one: the last place may be at either of them.
+        const unsigned lastPlaces = 3u << (m_plan.Places() - 1);
+        unsigned excluded = ~0u;
+        for (;; ++at) {
+            if (*at == '\0') {
+                excluded = excluded << 1 | m_plan.ExcludedPlaces(*at);
+                break;
+            }
+            excluded = excluded << 2 | (m_plan.ExcludedPlaces(at[0]) << 1 | m_plan.ExcludedPlaces(at[1]));
+            ++at;
+            if ((~excluded & lastPlaces) != 0 || *at == '\0')
+                break;
+        }
+        for (std::size_t place = m_plan.Places() + 1; place-- > 0;) {
+            if ((excluded & 1u << place) == 0)
                 return at - place;
         }
         return nullptr;
@@ -140,9 +154,8 @@ private:
                 step = m_plan.At(step->next);
                 continue;
             case StepKind::kByte:
-                if (!Contains(step->members, *at) || !Contains(step->nextFirst, at[1]))
+                if (!TakeRow(step, at))
                     break;
-                ++at;
                 step = m_plan.At(step->next);
                 continue;
             case StepKind::kLiteral:
@@ -166,6 +179,17 @@ private:
             }
             if (!Backtrack(step, at))
                 return nullptr;
+        }
+    }
+
+    // Goes to the last of a row of steps of one byte each, and behind its byte.
+    bool TakeRow(const Step*& step, const char*& at) const noexcept {
+        const Step* const last = step + step->row;
+        for (;; ++step) {
+            if (!Contains(step->members, *at++))
+                return false;
+            if (step == last)
+                return true;
         }
     }
 

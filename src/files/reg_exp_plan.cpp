@@ -61,12 +61,14 @@ public:
             Fill(pending.node, pending.step);
         }
         FindFirstBytes();
-        for (std::size_t i = 0; i < m_plan.m_steps.size(); ++i) {
+        for (std::size_t i = m_plan.m_steps.size(); i-- > 0;) {
             Step& step = m_plan.m_steps[i];
+            step.row = RowBehind(i);
             step.members = Intern(m_members[i]);
             step.nextFirst = Intern(m_first[step.next][0]);
             step.otherFirst = Intern(m_first[step.other][0]);
-            step.possessive = step.kind == StepKind::kRepeat && (m_members[i] & m_first[step.next][0]).none();
+            step.possessive =
+                step.kind == StepKind::kRepeat && (IsEnd(step.next) || (m_members[i] & m_first[step.next][0]).none());
         }
         FindStart();
     }
@@ -290,20 +292,35 @@ private:
         return {static_cast<std::uint32_t>(number / 8 * 256), static_cast<std::uint8_t>(1u << number % 8)};
     }
 
-    void FindStart() {
-        const Step* step = m_plan.Start();
+    // To be asked for the last step first.
+    std::uint8_t RowBehind(std::size_t index) const noexcept {
+        const Step* step = m_plan.m_steps.data() + index;
+        const bool goesOn = step->kind == StepKind::kByte && step->next == index + 1 && step[1].kind == StepKind::kByte;
+        return static_cast<std::uint8_t>(goesOn ? step[1].row + 1 : 0);
+    }
+
+    const Step* BehindSlots(StepIndex index) const noexcept {
+        const Step* step = m_plan.At(index);
         while (step->kind == StepKind::kSlot)
             step = m_plan.At(step->next);
+        return step;
+    }
+
+    bool IsEnd(StepIndex index) const noexcept { return BehindSlots(index)->kind == StepKind::kEnd; }
+
+    void FindStart() {
+        const Step* step = BehindSlots(m_plan.m_start);
         if (step->length != 0)
             m_plan.m_prefix.assign(m_plan.Literal(*step), step->length);
         if (step->kind == StepKind::kRepeat)
             m_plan.m_leadingRun = static_cast<StepIndex>(m_plan.IndexOf(step));
         const Places& first = m_first[m_plan.m_start];
         for (std::size_t place = 0; place < first.size(); ++place) {
+            if (!first[place].all())
+                m_plan.m_placeCount = place + 1;
             for (std::size_t byte = 0; byte < first[place].size(); ++byte)
-                m_plan.m_places[byte] |= static_cast<std::uint8_t>((first[place][byte] ? 1u : 0u) << place);
+                m_plan.m_excludedPlaces[byte] |= static_cast<std::uint8_t>((first[place][byte] ? 0u : 1u) << place);
         }
-        m_plan.m_places[0] |= RegExpPlan::kTerminator;
     }
 
     static constexpr StepIndex kFailing = 0;

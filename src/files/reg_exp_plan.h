@@ -35,7 +35,8 @@ using StepIndex = std::uint16_t;
 struct Step {
     StepKind kind;
     std::uint8_t least;  // kRepeat: 0 or 1
-    bool possessive;     // kRepeat: no member can be what follows, so nothing shorter than the whole run is worth a try
+    bool possessive;     // kRepeat: a member cannot be what follows, or nothing does, so only the whole run is tried
+    std::uint8_t row;    // kByte: how many more steps of this kind come next, each behind the other in memory
     StepIndex next;
     StepIndex other;
     std::uint16_t index;   // kSlot: the slot; kRepeat and the first kChoice of a branch: which one of its kind it is
@@ -51,8 +52,7 @@ constexpr std::uint16_t kNotCounted = 0xFFFF;
 class RegExpPlan {
 public:
     static constexpr std::size_t kMostSlots = 20;
-    static constexpr std::size_t kPlaces = 3;
-    static constexpr std::uint8_t kTerminator = 0x80;
+    static constexpr std::size_t kPlaces = 8;
 
     // The plan of the program from this node on. The node and all that can be reached from it are read, not kept.
     explicit RegExpPlan(const char* node);
@@ -68,8 +68,11 @@ public:
     // What every match begins with; "" when that can differ.
     const std::string& Prefix() const noexcept { return m_prefix; }
 
-    // For each byte one bit for each of the first places of a match where it can stand; kTerminator for the terminator.
-    std::uint8_t Places(char byte) const noexcept { return m_places[static_cast<unsigned char>(byte)]; }
+    // How many of the first places of a match exclude bytes, at least 1.
+    std::size_t Places() const noexcept { return m_placeCount; }
+
+    // One bit for each of the first places of a match where the byte cannot stand.
+    std::uint8_t ExcludedPlaces(char byte) const noexcept { return m_excludedPlaces[static_cast<unsigned char>(byte)]; }
 
     // The repetition that every match begins with; null when there is none.
     const Step* LeadingRun() const noexcept { return m_leadingRun == 0 ? nullptr : At(m_leadingRun); }
@@ -84,7 +87,8 @@ private:
     std::vector<std::uint8_t> m_tables;
     std::string m_literals;
     std::string m_prefix;
-    std::array<std::uint8_t, 256> m_places{};
+    std::size_t m_placeCount = 1;
+    std::array<std::uint8_t, 256> m_excludedPlaces{};
     StepIndex m_start = 0;
     StepIndex m_leadingRun = 0;
     std::size_t m_slots = 0;
