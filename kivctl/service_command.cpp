@@ -83,7 +83,9 @@ const SERVICE_STATUS_PROCESS& StatusOf(const ENUM_SERVICE_STATUS_PROCESSA& recor
 
 template <class Record>
 bool AddListed(unsigned long, Record& record) {
-    g_listed.push_back({record.lpServiceName, record.lpDisplayName, StatusOf(record).dwCurrentState});
+    // Some systems have no display name where none was given, others the service's own name.
+    const char* const display = record.lpDisplayName != nullptr ? record.lpDisplayName : record.lpServiceName;
+    g_listed.push_back({record.lpServiceName, display, StatusOf(record).dwCurrentState});
     return true;
 }
 
