@@ -16,6 +16,9 @@
 #   Runs the commands of tests/data/transcripts/<name>.txt with kivctl and compares what they print and their exit codes
 #   (tests/support/run-transcript tells the form). Only in cross builds, whose host has a shell.
 #
+# kiv_document_test(<page> [SHARES] [LOCK <resource>...])
+#   Executes the examples of docs/<page>.md (tests/support/document-test). Only in cross builds.
+#
 # The first two add to every program the doctest entry point and the fixtures of tests/support.
 
 set(KIV_TEST_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
@@ -100,8 +103,23 @@ function(kiv_transcript_test name)
     ENVIRONMENT "${KIV_WINE_ENVIRONMENT}" FIXTURES_REQUIRED "${KIV_WINE_FIXTURE}")
 endfunction()
 
+function(kiv_document_test page)
+  if(NOT CMAKE_CROSSCOMPILING)
+    return()
+  endif()
+  cmake_parse_arguments(arg "SHARES" "" "LOCK" ${ARGN})
+  set(wrapper)
+  if(arg_SHARES)
+    set(wrapper ${KIV_WITH_SHARES})
+  endif()
+  add_test(NAME document_${page} COMMAND ${wrapper} ${PROJECT_SOURCE_DIR}/tests/support/document-test ${page}
+    ${PROJECT_BINARY_DIR} ${CMAKE_CROSSCOMPILING_EMULATOR})
+  set_tests_properties(document_${page} PROPERTIES TIMEOUT 120 ENVIRONMENT "${KIV_WINE_ENVIRONMENT}"
+    RESOURCE_LOCK "${arg_LOCK}" FIXTURES_REQUIRED "${KIV_WINE_FIXTURE}")
+endfunction()
+
 # kiv_document_program(<name> <page> [<language>])
-#   <name>_example.exe, made from the first C++ (or c) block of a page of docs/; a test runs it.
+#   <name>_example.exe, made from the first C++ (or c) block of a page of docs/; the test of the page runs it.
 function(kiv_document_program name page)
   if(NOT WIN32)
     return()

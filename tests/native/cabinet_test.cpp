@@ -6,9 +6,11 @@
 #include <sstream>
 #include <string>
 
+#include "files/cab_error.h"
 #include "files/cab_name.h"
 #include "support/cabinet_in_memory.h"
 #include "support/check.h"
+#include "support/document_table.h"
 
 namespace {
 
@@ -101,4 +103,13 @@ TEST_CASE("a file is stored under its path behind the base, or under its name al
         CHECK(kiv::IsContinuationName(name));
     for (const char* name : {"tavcab2.tmp", "tavcab.tmp", "tavcab100.tmp", "tavcab02.tmpx", "xavcab02.tmp"})
         CHECK_FALSE(kiv::IsContinuationName(name));
+}
+
+TEST_CASE("errors have the texts of their page") {
+    for (const auto& row : kiv::test::DocumentTable("cabinets.md", "Number")) {
+        CHECK(kiv::CabErrorText(std::stoi(row[0]), true) == row[1]);
+        CHECK(kiv::CabErrorText(std::stoi(row[0]), false) == row[2]);
+    }
+    for (const int unknown : {-1, 12})
+        CHECK(kiv::CabErrorText(unknown, false) == std::string("Unknown error"));
 }

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "support/check.h"
+#include "support/document_table.h"
 #include "support/parsed_services.h"
 
 using Services = kiv::test::ParsedServices;
@@ -24,6 +25,13 @@ TEST_CASE("every entry of a file survives, also among many and long ones") {
     CheckSurvives(contents, 100000);
     const std::string name(1 << 20, 'n');
     CheckSurvives(name + " -1/udp " + name + "\r\n#" + name + "\n\n" + name, 4);
+}
+
+TEST_CASE("lines are read and written as their page says") {
+    for (const auto& row : kiv::test::DocumentTable("services-file.md", "Line")) {
+        CAPTURE(row[0]);
+        CHECK((Services(row[0]).Shown() == row[1] + "\n" && Services(row[0]).Written() == row[2] + "\r\n"));
+    }
 }
 
 #ifdef KIV_NETBASE_SERVICES

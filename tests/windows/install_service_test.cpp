@@ -11,11 +11,9 @@
 #include "network/net_api.h"
 #include "security/object_security.h"
 #include "support/check.h"
-#include "support/document_page.h"
 #include "support/recording_log.h"
 #include "support/registry_data.h"
 #include "support/resource_count.h"
-#include "support/run_program.h"
 #include "support/scripted_clock.h"
 #include "support/sddl_text.h"
 #include "support/swapped_api.h"
@@ -122,14 +120,6 @@ void Refuse(Function& function) {
 }
 
 }  // namespace
-
-TEST_CASE("the example of the page") {
-    const kiv::test::DocumentPage page("deployment.md");
-    CHECK(kiv::test::RunProgram(kiv::test::BuiltProgram("tests\\deployment_example.exe")).output ==
-          page.BlockBehind("prints"));
-    const Installed installed;
-    CHECK(installed.State() == SERVICE_STOPPED);
-}
 
 TEST_CASE("what fails on this computer is told, and nothing stays open") {
     kiv::test::ResourceCount before{};

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "support/check.h"
+#include "support/document_table.h"
 #include "support/failing_contents.h"
 #include "support/recording_log.h"
 #include "support/resource_count.h"
@@ -66,6 +67,26 @@ TEST_CASE("files keep their encoding; what the code page lacks and what is behin
     CHECK(rewritten(Utf16(u"\uFEFF")) == Utf16(u"\uFEFF"));
     const std::string lines = std::string(5000, 'x') + "\r\n" + std::string(10 << 20, '\xE9') + "\r\n";
     CHECK(rewritten(rewritten(lines, 1), 2) == lines);
+}
+
+TEST_CASE("texts become the lines that their page tells") {
+    const TempDirectory folder;
+    const auto shown = [](CKivIsamFile& file) {
+        std::string lines;
+        for (const std::string& line : Lines(file))
+            lines += "[" + line + "]";
+        return lines;
+    };
+    for (const auto& row : kiv::test::DocumentTable("line-files.md", "Text")) {
+        CAPTURE(row[0]);
+        const std::string text =
+            std::regex_replace(std::regex_replace(row[0], std::regex(R"(\\r)"), "\r"), std::regex(R"(\\n)"), "\n");
+        CKivIsamFile file;
+        REQUIRE((Open(file, folder / "file") && file.append(text.c_str())));
+        CHECK((shown(file) == row[1] && file.empty()));
+        CHECK(shown(file << kiv::WideFromAnsi(text).c_str()) == row[2]);
+        REQUIRE(file.empty());
+    }
 }
 
 TEST_CASE("lines are read and edited by index") {
