@@ -1,7 +1,6 @@
-// A process that hosts a Java machine, as a child of the host's tests: `java_child MODE`. With the environment variable
-// KIV_LOCAL_MACHINE HKLM is another key (child_program.h). Exit code 4: there is no runtime that can be used.
+// A process that hosts a Java machine, as a child of the host's tests: `java_child MODE`. HKLM is another key
+// (child_program.h).
 
-#include <algorithm>
 #include <cstring>
 
 #include "java/jni_tables.h"
@@ -9,8 +8,6 @@
 #include "windows/child_program.h"
 
 namespace {
-
-constexpr int kThreads = 32;
 
 struct Host : CKivJavaVM {
     using CKivJavaVM::GetEnv;
@@ -24,45 +21,14 @@ jobject Find(JNIEnv* env, const char* name) {
     return reinterpret_cast<jobject>(env->functions->findClass(env, name));
 }
 
-DWORD WINAPI Work(LPVOID) {
-    JNIEnv* const env = Environment();
-    if (env == nullptr || env != Environment())
-        return 1;
-    for (int i = 0; i < 100; ++i) {
-        const jobject cls = Find(env, "java/lang/String");
-        if (cls == nullptr)
-            return 1;
-        env->functions->deleteLocalRef(env, cls);
-    }
-    return 0;
-}
-
-DWORD WINAPI WorkAndDetach(LPVOID result) {
-    const bool worked = Work(nullptr) == 0;
-    CKivJavaVM& machine = CKivJavaVM::GetInstance();
-    const bool wasAttached = machine.IsCurrentThreadAttached() == 1;
-    machine.DetachCurrentThread();
-    machine.DetachCurrentThread();
-    *static_cast<bool*>(result) = worked && wasAttached && machine.IsCurrentThreadAttached() == 0;
-    return 0;
-}
-
-// One of them creates the machine and is its main thread.
-int Threads() {
-    bool results[kThreads] = {};
-    HANDLE threads[kThreads];
-    for (int i = 0; i < kThreads; ++i)
-        threads[i] = ::CreateThread(nullptr, 0, WorkAndDetach, &results[i], 0, nullptr);
-    ::WaitForMultipleObjects(kThreads, threads, TRUE, 60000);
-    if (CKivJavaVM::GetInstance().IsAvailable() == 0)
-        return 4;
-    return std::all_of(results, results + kThreads, [](bool result) { return result; }) ? 0 : 1;
+DWORD WINAPI Attach(LPVOID) {
+    return Environment() == nullptr ? 1 : 0;
 }
 
 int Exit() {
     Environment();
     DWORD id = 0;
-    const HANDLE thread = ::CreateThread(nullptr, 0, Work, nullptr, 0, &id);
+    const HANDLE thread = ::CreateThread(nullptr, 0, Attach, nullptr, 0, &id);
     ::WaitForSingleObject(thread, 60000);
     std::printf("0x%x (%i)\n", static_cast<unsigned>(id), static_cast<int>(id));
     return 0;
@@ -122,10 +88,8 @@ int BreakRule(const char* rule) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2 || (std::getenv("KIV_LOCAL_MACHINE") != nullptr && !RedirectLocalMachine()))
+    if (argc != 2 || !RedirectLocalMachine())
         return 3;
-    if (std::strcmp(argv[1], "threads") == 0)
-        return Threads();
     if (std::strcmp(argv[1], "exit") == 0)
         return Exit();
     if (std::strcmp(argv[1], "objects") == 0)

@@ -1,5 +1,6 @@
 // The classes of the stand-in runtime. A new one is a few lines of the table at the end.
 
+#include <cstdio>
 #include <map>
 
 #include "java_runtime/object_model.h"
@@ -26,50 +27,16 @@ Value Nothing(const ObjectPointer&, const Values&) {
     return {};
 }
 
-Value FirstArgument(const ObjectPointer&, const Values& arguments) {
-    return arguments.front();
-}
-
-Value Fail(const ObjectPointer&, const Values&) {
-    throw JavaException{"java/lang/IllegalStateException"};
-}
-
 Value ItsText(const ObjectPointer& self, const Values&) {
     return Of(MakeString(self->text));
 }
 
-Value ItsNumber(const ObjectPointer& self, const Values&) {
-    return Of(static_cast<jint>(self->number));
+Value ItsLength(const ObjectPointer& self, const Values&) {
+    return Of(static_cast<jint>(self->text.size()));
 }
 
 Value ItsClass(const ObjectPointer& self, const Values&) {
     return Of(MirrorOf(*self->cls));
-}
-
-Value ItsNumberAsText(const ObjectPointer& self, const Values&) {
-    return Of(MakeString(Widened(std::to_string(self->number))));
-}
-
-Value SetNumber(const ObjectPointer& self, const Values& arguments) {
-    self->number = arguments[0].basic.i;
-    return {};
-}
-
-Value SetText(const ObjectPointer& self, const Values& arguments) {
-    if (arguments[0].object == nullptr)
-        throw JavaException{"java/lang/NullPointerException"};
-    self->text = arguments[0].object->text;
-    return {};
-}
-
-Value AddNumber(const ObjectPointer& self, const Values& arguments) {
-    return Of(static_cast<jint>(self->number += arguments[0].basic.i));
-}
-
-Value Concatenated(const ObjectPointer& self, const Values& arguments) {
-    if (arguments[0].object == nullptr)
-        throw JavaException{"java/lang/NullPointerException"};
-    return Of(MakeString(self->text + arguments[0].object->text));
 }
 
 Value ItsMethods(const ObjectPointer& self, const Values&) {
@@ -85,72 +52,174 @@ Value ItsMethods(const ObjectPointer& self, const Values&) {
     return Of(methods);
 }
 
-// So many counters, numbered from 0; every third place is empty.
-Value Counters(const ObjectPointer&, const Values& arguments) {
-    ObjectPointer counters = MakeObject("[Ljava/lang/Object;");
-    for (jint i = 0; i < arguments[0].basic.i; ++i) {
-        counters->elements.push_back(i % 3 == 2 ? nullptr : MakeObject("demo/Counter"));
-        if (counters->elements.back() != nullptr)
-            counters->elements.back()->number = i;
-    }
-    return Of(counters);
+Value KeepValue(const ObjectPointer& self, const Values& arguments) {
+    self->value = arguments[0].basic;
+    return {};
 }
+
+Value ItsValue(const ObjectPointer& self, const Values&) {
+    Value value;
+    value.basic = self->value;
+    return value;
+}
+
+const std::u16string& TextOf(const ObjectPointer& string) {
+    if (string == nullptr)
+        throw JavaException{"java/lang/NullPointerException"};
+    return string->text;
+}
+
+Value SetText(const ObjectPointer& self, const Values& arguments) {
+    self->text = TextOf(arguments[0].object);
+    return {};
+}
+
+Value Concatenated(const ObjectPointer& self, const Values& arguments) {
+    return Of(MakeString(self->text + TextOf(arguments[0].object)));
+}
+
+// The place that an argument names, which is to be less than the limit.
+std::size_t Place(const Value& argument, std::size_t limit) {
+    const auto place = static_cast<std::size_t>(argument.basic.i);
+    if (argument.basic.i < 0 || place >= limit)
+        throw JavaException{"java/lang/IndexOutOfBoundsException"};
+    return place;
+}
+
+Value CharacterAt(const ObjectPointer& self, const Values& arguments) {
+    Value value;
+    value.basic.c = self->text[Place(arguments[0], self->text.size())];
+    return value;
+}
+
+Value SetLength(const ObjectPointer& self, const Values& arguments) {
+    self->text.resize(Place(arguments[0], self->text.max_size()));
+    return {};
+}
+
+Value Append(const ObjectPointer& self, const std::u16string& text) {
+    self->text += text;
+    return Of(self);
+}
+
+template <auto Member>
+Value AppendInteger(const ObjectPointer& self, const Values& arguments) {
+    return Append(self, Widened(std::to_string(arguments[0].basic.*Member)));
+}
+
+// Only fractions look as in Java.
+template <auto Member>
+Value AppendFraction(const ObjectPointer& self, const Values& arguments) {
+    char text[40];
+    std::snprintf(text, sizeof text, "%g", static_cast<double>(arguments[0].basic.*Member));
+    return Append(self, Widened(text));
+}
+
+Value AppendBoolean(const ObjectPointer& self, const Values& arguments) {
+    return Append(self, arguments[0].basic.z != 0 ? u"true" : u"false");
+}
+
+Value AppendCharacter(const ObjectPointer& self, const Values& arguments) {
+    return Append(self, std::u16string(1, arguments[0].basic.c));
+}
+
+Value AppendText(const ObjectPointer& self, const Values& arguments) {
+    return Append(self, arguments[0].object == nullptr ? u"null" : arguments[0].object->text);
+}
+
+Value CheckCapacity(const ObjectPointer&, const Values& arguments) {
+    if (arguments[0].basic.i < 0)
+        throw JavaException{"java/lang/IllegalArgumentException"};
+    return {};
+}
+
+Value AddElement(const ObjectPointer& self, const Values& arguments) {
+    self->elements.push_back(arguments[0].object);
+    Value added;
+    added.basic.z = 1;
+    return added;
+}
+
+Value ElementAt(const ObjectPointer& self, const Values& arguments) {
+    return Of(self->elements[Place(arguments[0], self->elements.size())]);
+}
+
+Value CountElements(const ObjectPointer& self, const Values&) {
+    return Of(static_cast<jint>(self->elements.size()));
+}
+
+Value CopyElements(const ObjectPointer& self, const Values&) {
+    ObjectPointer array = MakeObject("[Ljava/lang/Object;");
+    array->elements = self->elements;
+    return Of(array);
+}
+
+Value ClearElements(const ObjectPointer& self, const Values&) {
+    self->elements.clear();
+    return {};
+}
+
+constexpr const char* kRoot = "java/lang/Object";
+constexpr const char* kThrowable = "java/lang/Throwable";
 
 const std::vector<Class>& Classes() {
     static const std::vector<Class> classes = {
-        {"java/lang/Object",
+        {kRoot,
          nullptr,
          {{"<init>", "()V", Nothing},
           {"getClass", "()Ljava/lang/Class;", ItsClass},
           {"toString", "()Ljava/lang/String;", ItsText}}},
         {"java/lang/Class",
-         "java/lang/Object",
+         kRoot,
          {{"getName", "()Ljava/lang/String;", ItsText}, {"getMethods", "()[Ljava/lang/reflect/Method;", ItsMethods}}},
-        {"java/lang/reflect/Method", "java/lang/Object", {{"getName", "()Ljava/lang/String;", ItsText}}},
+        {"java/lang/reflect/Method", kRoot, {{"getName", "()Ljava/lang/String;", ItsText}}},
+        {"[Ljava/lang/Object;", kRoot, {}},
+        {kThrowable, kRoot, {}},
+        {"java/lang/ArrayIndexOutOfBoundsException", kThrowable, {}},
+        {"java/lang/IllegalArgumentException", kThrowable, {}},
+        {"java/lang/IndexOutOfBoundsException", kThrowable, {}},
+        {"java/lang/NoClassDefFoundError", kThrowable, {}},
+        {"java/lang/NoSuchMethodError", kThrowable, {}},
+        {"java/lang/NullPointerException", kThrowable, {}},
+        {"java/lang/Boolean", kRoot, {{"<init>", "(Z)V", KeepValue}, {"booleanValue", "()Z", ItsValue}}},
+        {"java/lang/Byte", kRoot, {{"<init>", "(B)V", KeepValue}, {"byteValue", "()B", ItsValue}}},
+        {"java/lang/Character", kRoot, {{"<init>", "(C)V", KeepValue}, {"charValue", "()C", ItsValue}}},
+        {"java/lang/Short", kRoot, {{"<init>", "(S)V", KeepValue}, {"shortValue", "()S", ItsValue}}},
+        {"java/lang/Integer", kRoot, {{"<init>", "(I)V", KeepValue}, {"intValue", "()I", ItsValue}}},
+        {"java/lang/Long", kRoot, {{"<init>", "(J)V", KeepValue}, {"longValue", "()J", ItsValue}}},
+        {"java/lang/Float", kRoot, {{"<init>", "(F)V", KeepValue}, {"floatValue", "()F", ItsValue}}},
+        {"java/lang/Double", kRoot, {{"<init>", "(D)V", KeepValue}, {"doubleValue", "()D", ItsValue}}},
         {"java/lang/String",
-         "java/lang/Object",
+         kRoot,
          {{"<init>", "()V", Nothing},
           {"<init>", "(Ljava/lang/String;)V", SetText},
           {"concat", "(Ljava/lang/String;)Ljava/lang/String;", Concatenated},
-          {"length", "()I",
-           [](const ObjectPointer& self, const Values&) { return Of(static_cast<jint>(self->text.size())); }}}},
-        {"[Ljava/lang/Object;", "java/lang/Object", {}},
-        {"java/lang/Throwable", "java/lang/Object", {{"getMessage", "()Ljava/lang/String;", ItsText}}},
-        {"java/lang/ArrayIndexOutOfBoundsException", "java/lang/Throwable", {}},
-        {"java/lang/IllegalStateException", "java/lang/Throwable", {}},
-        {"java/lang/NoClassDefFoundError", "java/lang/Throwable", {}},
-        {"java/lang/NoSuchMethodError", "java/lang/Throwable", {}},
-        {"java/lang/NullPointerException", "java/lang/Throwable", {}},
-        {"demo/Counter",
-         "java/lang/Object",
+          {"length", "()I", ItsLength}}},
+        {"java/lang/StringBuffer",
+         kRoot,
          {{"<init>", "()V", Nothing},
-          {"<init>", "(I)V", SetNumber},
-          {"<init>", "(Ljava/lang/String;)V", Fail},
-          {"get", "()I", ItsNumber},
-          {"add", "(I)I", AddNumber},
-          {"reset", "()V",
-           [](const ObjectPointer& self, const Values&) { return Of(static_cast<jint>(self->number = 0)); }},
-          {"toString", "()Ljava/lang/String;", ItsNumberAsText},
-          {"fail", "()V", Fail}}},
-        {"demo/Shelf",
-         "java/lang/Object",
+          {"<init>", "(Ljava/lang/String;)V", SetText},
+          {"append", "(Z)Ljava/lang/StringBuffer;", AppendBoolean},
+          {"append", "(C)Ljava/lang/StringBuffer;", AppendCharacter},
+          {"append", "(I)Ljava/lang/StringBuffer;", AppendInteger<&jvalue::i>},
+          {"append", "(J)Ljava/lang/StringBuffer;", AppendInteger<&jvalue::j>},
+          {"append", "(F)Ljava/lang/StringBuffer;", AppendFraction<&jvalue::f>},
+          {"append", "(D)Ljava/lang/StringBuffer;", AppendFraction<&jvalue::d>},
+          {"append", "(Ljava/lang/String;)Ljava/lang/StringBuffer;", AppendText},
+          {"append", "(Ljava/lang/Object;)Ljava/lang/StringBuffer;", AppendText},
+          {"charAt", "(I)C", CharacterAt},
+          {"length", "()I", ItsLength},
+          {"setLength", "(I)V", SetLength}}},
+        {"java/util/ArrayList",
+         kRoot,
          {{"<init>", "()V", Nothing},
-          {"counters", "(I)[Ldemo/Counter;", Counters},
-          {"none", "()[Ldemo/Counter;", Nothing}}},
-        {"demo/Echo",
-         "java/lang/Object",
-         {{"<init>", "()V", Nothing},
-          {"echo", "(Z)Z", FirstArgument},
-          {"echo", "(B)B", FirstArgument},
-          {"echo", "(C)C", FirstArgument},
-          {"echo", "(S)S", FirstArgument},
-          {"echo", "(I)I", FirstArgument},
-          {"echo", "(J)J", FirstArgument},
-          {"echo", "(F)F", FirstArgument},
-          {"echo", "(D)D", FirstArgument},
-          {"echo", "(Ljava/lang/String;)Ljava/lang/String;", FirstArgument},
-          {"echo", "(Ljava/lang/Object;)Ljava/lang/Object;", FirstArgument}}},
-        {"demo/Echo$Nested", "demo/Echo", {{"<init>", "()V", Nothing}}},
+          {"<init>", "(I)V", CheckCapacity},
+          {"add", "(Ljava/lang/Object;)Z", AddElement},
+          {"get", "(I)Ljava/lang/Object;", ElementAt},
+          {"size", "()I", CountElements},
+          {"toArray", "()[Ljava/lang/Object;", CopyElements},
+          {"clear", "()V", ClearElements}}},
+        {"java/util/Map$Entry", kRoot, {}},
     };
     return classes;
 }

@@ -35,9 +35,9 @@ struct Class {
 
 struct Object {
     const Class* cls = nullptr;
-    std::u16string text;                  // of a string, or the name of a class or method
-    jlong number = 0;                     // of a counter
-    std::vector<ObjectPointer> elements;  // of an array
+    std::u16string text;                  // of a string or a buffer, or the name of a class or method
+    jvalue value{};                       // of a number in a box
+    std::vector<ObjectPointer> elements;  // of an array or a list
     const Class* represents = nullptr;    // of a class
 };
 
