@@ -1,73 +1,18 @@
 #include "kivctl/java_call.h"
 
-#include <algorithm>
-#include <cstdint>
-#include <cstring>
+#include <charconv>
 #include <memory>
 
 #include "support/windows_api.h"
 
 #include "java/jni_tables.h"
+#include "kivctl/java_arguments.h"
 #include "kivctl/outcome.h"
+#include "support/text_convert.h"
 #include "tavkivut/java.h"
 
 namespace kivctl {
 namespace {
-
-// Arguments as the JNI's calls with a va_list find them: one behind the other, each in whole machine words.
-class ArgumentBlock {
-public:
-    // Parameters and arguments in the same order.
-    ArgumentBlock(const std::string& parameters, const std::vector<std::string>& arguments) {
-        std::size_t used = 0;
-        for (std::size_t start = 0; start < parameters.size();) {
-            const std::size_t end = std::min(parameters.find(',', start), parameters.size());
-            if (used == arguments.size())
-                throw UsageError("there are more parameters than arguments");
-            Add(parameters.substr(start, end - start), arguments[used++]);
-            start = end + 1;
-        }
-        if (used != arguments.size())
-            throw UsageError("there are more arguments than parameters");
-        m_bytes.resize(m_bytes.size() + sizeof(long long));
-    }
-
-    va_list List() { return reinterpret_cast<va_list>(m_bytes.data()); }
-
-private:
-    template <class Value>
-    void Put(Value value) {
-        constexpr std::size_t kSize = (sizeof value + sizeof(void*) - 1) / sizeof(void*) * sizeof(void*);
-        m_bytes.resize(m_bytes.size() + kSize);
-        std::memcpy(m_bytes.data() + m_bytes.size() - kSize, &value, sizeof value);
-    }
-
-    void Add(const std::string& type, const std::string& text) {
-        try {
-            if (type == "java.lang.String") {
-                m_strings.push_back(std::make_unique<CKivJavaString>(text.c_str()));
-                Put(reinterpret_cast<std::uintptr_t>(static_cast<jstring>(*m_strings.back())));
-            } else if (type == "boolean" || type == "bool") {
-                Put(text == "true" ? 1 : 0);
-            } else if (type == "char") {
-                Put(static_cast<int>(*static_cast<const unsigned short*>(CKivJavaString(text.c_str()))));
-            } else if (type == "long") {
-                Put(std::stoll(text, nullptr, 0));
-            } else if (type == "float" || type == "double") {
-                Put(std::stod(text));
-            } else if (type == "int" || type == "short" || type == "byte") {
-                Put(std::stoi(text, nullptr, 0));
-            } else {
-                throw UsageError("arguments of type '" + type + "' cannot be given here");
-            }
-        } catch (const std::logic_error&) {
-            throw UsageError("'" + text + "' is no " + type);
-        }
-    }
-
-    std::vector<std::unique_ptr<CKivJavaString>> m_strings;
-    std::vector<char> m_bytes;
-};
 
 // What the objects cannot be asked, through the JNI itself.
 class Machine : private CKivJavaVM {
@@ -108,41 +53,70 @@ public:
 // An object whose calls are told by texts.
 class ScriptedObject : public CKivJavaObject {
 public:
+    struct ResultType {
+        const char* name;
+        MethodType type;
+    };
+
     using CKivJavaObject::CKivJavaObject;
 
-    bool Make(const std::string& parameters, const std::vector<std::string>& arguments) {
-        return CreateV(parameters.c_str(), ArgumentBlock(parameters, arguments).List()) != 0;
+    static const ResultType& FindResultType(const std::string& name) {
+        static constexpr ResultType kTypes[] = {{"void", METHOD_VOID},       {"java.lang.String", METHOD_OBJECT},
+                                                {"boolean", METHOD_BOOLEAN}, {"byte", METHOD_BYTE},
+                                                {"char", METHOD_CHAR},       {"short", METHOD_SHORT},
+                                                {"int", METHOD_INT},         {"long", METHOD_LONG},
+                                                {"float", METHOD_FLOAT},     {"double", METHOD_DOUBLE}};
+        for (const ResultType& type : kTypes) {
+            if (name == type.name)
+                return type;
+        }
+        throw UsageError("results of type '" + name + "' cannot be shown, only void, " + kJavaTypes);
     }
 
-    std::string Call(const JavaCall& call) {
-        ArgumentBlock arguments(call.parameters, call.arguments);
-        const auto result = [&](MethodType type, const char* name) {
-            return CallMethod(type, name, call.method.c_str(), call.parameters.c_str(), arguments.List());
-        };
-        if (call.result == "void")
-            return result(METHOD_VOID, nullptr), "";
-        if (call.result == "boolean")
-            return result(METHOD_BOOLEAN, "boolean").z != 0 ? "true" : "false";
-        if (call.result == "byte")
-            return std::to_string(result(METHOD_BYTE, "byte").b);
-        if (call.result == "char")
-            return std::to_string(result(METHOD_CHAR, "char").c);
-        if (call.result == "short")
-            return std::to_string(result(METHOD_SHORT, "short").s);
-        if (call.result == "int")
-            return std::to_string(result(METHOD_INT, "int").i);
-        if (call.result == "long")
-            return std::to_string(result(METHOD_LONG, "long").j);
-        if (call.result == "float")
-            return std::to_string(result(METHOD_FLOAT, "float").f);
-        if (call.result == "double")
-            return std::to_string(result(METHOD_DOUBLE, "double").d);
-        if (call.result != "java.lang.String")
-            throw UsageError("results of type '" + call.result + "' cannot be shown");
-        const jobject reference = result(METHOD_OBJECT, "java.lang.String").l;
+    bool Make(const std::string& parameters, JavaArguments& arguments) {
+        return CreateV(parameters.c_str(), arguments.List()) != 0;
+    }
+
+    std::string Call(const JavaCall& call, const ResultType& type, JavaArguments& arguments) {
+        const MethodResult result = CallMethod(type.type, type.type == METHOD_VOID ? nullptr : type.name,
+                                               call.method.c_str(), call.parameters.c_str(), arguments.List());
+        switch (type.type) {
+        case METHOD_VOID:
+            break;
+        case METHOD_OBJECT:
+            return TakeText(result.l);
+        case METHOD_BOOLEAN:
+            return result.z != 0 ? "true" : "false";
+        case METHOD_BYTE:
+            return std::to_string(result.b);
+        case METHOD_CHAR:
+            return kiv::AnsiFromWide(std::wstring(1, static_cast<wchar_t>(result.c)));
+        case METHOD_SHORT:
+            return std::to_string(result.s);
+        case METHOD_INT:
+            return std::to_string(result.i);
+        case METHOD_LONG:
+            return std::to_string(result.j);
+        case METHOD_FLOAT:
+            return Shortest(result.f);
+        case METHOD_DOUBLE:
+            return Shortest(result.d);
+        }
+        return "";
+    }
+
+private:
+    static std::string TakeText(jobject reference) {
         const CKivJavaString text(reinterpret_cast<jstring>(reference));
         Machine::Delete(reference);
         return static_cast<const char*>(text);
+    }
+
+    // The fewest digits that give the same number again.
+    template <class Number>
+    static std::string Shortest(Number number) {
+        char digits[40];
+        return std::string(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
     }
 };
 
@@ -160,13 +134,16 @@ std::vector<std::string> JavaMethods(const std::string& className) {
 }
 
 std::string CallJava(const JavaCall& call) {
+    const ScriptedObject::ResultType& resultType = ScriptedObject::FindResultType(call.result);
+    JavaArguments constructorArguments("the constructor", call.constructorParameters, call.constructorArguments);
+    JavaArguments arguments("the method", call.parameters, call.arguments);
     if (!Machine::HasMethod(Machine::FindClass(call.className), call))
         throw Failure(call.className + " has no method " + call.result + " " + call.method + "(" + call.parameters +
                       ")");
     ScriptedObject object(call.className.c_str());
-    if (!object.Make(call.constructorParameters, call.constructorArguments))
+    if (!object.Make(call.constructorParameters, constructorArguments))
         throw Failure("no object could be made; the log tells why");
-    return object.Call(call);
+    return object.Call(call, resultType, arguments);
 }
 
 }  // namespace kivctl

@@ -6,8 +6,8 @@
 
 namespace kivctl {
 
-// A Java class and what to do with an object of it. Parameter lists are written as the library takes them; arguments
-// are numbers, "true" or "false" for boolean, one character for char, and texts for java.lang.String.
+// A Java class and what to do with an object of it. Which types lists can name, and how their arguments are written,
+// tells java_arguments.h.
 struct JavaCall {
     std::string className;
     std::string constructorParameters;
