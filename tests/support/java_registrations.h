@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "support/dynamic_function.h"
 #include "support/registry_data.h"
 #include "support/scoped_resource.h"
 #include "support/temp_directory.h"
@@ -45,6 +46,14 @@ private:
     HKEY m_machine;
     TempDirectory m_directory;
 };
+
+// What the loaded stand-in runtime answers to one of its questions; nothing where it is not loaded.
+template <class Answer>
+Answer AskStandIn(const char* question) {
+    Answer (*function)() = nullptr;
+    FindFunction(::GetModuleHandleA("java_runtime.dll"), question, function);
+    return function != nullptr ? function() : Answer();
+}
 
 }  // namespace kiv::test
 

@@ -1,10 +1,11 @@
 // A process that hosts a Java machine, as a child of the host's tests: `java_child MODE`. HKLM is another key
 // (child_program.h).
 
-#include <cstring>
+#include <string>
 
 #include "java/jni_tables.h"
 #include "support/dynamic_function.h"
+#include "support/threads.h"
 #include "windows/child_program.h"
 
 namespace {
@@ -21,17 +22,14 @@ jobject Find(JNIEnv* env, const char* name) {
     return reinterpret_cast<jobject>(env->functions->findClass(env, name));
 }
 
-DWORD WINAPI Attach(LPVOID) {
-    return Environment() == nullptr ? 1 : 0;
-}
-
+// Leaves a thread attached and says which.
 int Exit() {
-    Environment();
-    DWORD id = 0;
-    const HANDLE thread = ::CreateThread(nullptr, 0, Attach, nullptr, 0, &id);
-    ::WaitForSingleObject(thread, 60000);
-    std::printf("0x%x (%i)\n", static_cast<unsigned>(id), static_cast<int>(id));
-    return 0;
+    const auto attach = [] {
+        const auto id = static_cast<unsigned>(::GetCurrentThreadId());
+        std::printf("0x%x (%i)\n", id, static_cast<int>(id));
+        return Environment() != nullptr;
+    };
+    return Environment() != nullptr && kiv::test::RunThreads(1, attach) == 1 ? 0 : 1;
 }
 
 // Of a copy of the library, since this program keeps the library itself.
@@ -50,11 +48,6 @@ int Unload() {
     return available && ::GetModuleHandleA("java_runtime.dll") == nullptr ? 0 : 1;
 }
 
-DWORD WINAPI UseEnvironment(LPVOID env) {
-    Find(static_cast<JNIEnv*>(env), "java/lang/String");
-    return 0;
-}
-
 // Objects where no runtime is registered: nothing is there, and nothing fails.
 int Objects() {
     CKivJavaObject object("java.lang.String");
@@ -69,18 +62,18 @@ int Objects() {
 }
 
 // What nobody may do.
-int BreakRule(const char* rule) {
+int BreakRule(const std::string& rule) {
     JNIEnv* const env = Environment();
-    const jobject cls = Find(env, std::strcmp(rule, "pending") == 0 ? "no/Such" : "java/lang/String");
-    if (std::strcmp(rule, "deleted") == 0)
+    const jobject cls = Find(env, rule == "pending" ? "no/Such" : "java/lang/String");
+    if (rule == "deleted")
         env->functions->deleteLocalRef(env, cls);
-    if (std::strcmp(rule, "deleted") == 0 || std::strcmp(rule, "pending") == 0)
+    if (rule == "deleted" || rule == "pending")
         env->functions->newLocalRef(env, cls);
-    if (std::strcmp(rule, "otherthread") == 0)
-        ::WaitForSingleObject(::CreateThread(nullptr, 0, UseEnvironment, env, 0, nullptr), 60000);
-    if (std::strcmp(rule, "detach") == 0)
+    if (rule == "otherthread")
+        kiv::test::RunThreads(1, [env] { return Find(env, "java/lang/String") != nullptr; });
+    if (rule == "detach")
         CKivJavaVM::GetInstance().DetachCurrentThread();
-    if (std::strcmp(rule, "unserved") == 0)
+    if (rule == "unserved")
         reinterpret_cast<void (*)()>(env->functions->reserved[0])();
     return 0;
 }
@@ -88,11 +81,12 @@ int BreakRule(const char* rule) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2 || !RedirectLocalMachine())
+    const std::string mode = argc == 2 && RedirectLocalMachine() ? argv[1] : "";
+    if (mode.empty())
         return 3;
-    if (std::strcmp(argv[1], "exit") == 0)
+    if (mode == "exit")
         return Exit();
-    if (std::strcmp(argv[1], "objects") == 0)
+    if (mode == "objects")
         return Objects();
-    return std::strcmp(argv[1], "unload") == 0 ? Unload() : BreakRule(argv[1]);
+    return mode == "unload" ? Unload() : BreakRule(mode);
 }

@@ -12,10 +12,10 @@
 #include <vector>
 
 #include "support/check.h"
-#include "support/dynamic_function.h"
 #include "support/java_registrations.h"
 #include "support/recording_log.h"
 #include "support/redirected_key.h"
+#include "support/threads.h"
 #include "tavkivut/java.h"
 
 using namespace kiv::test;
@@ -34,109 +34,81 @@ std::string Text(const CKivJavaString& string) {
     return static_cast<const char*>(string);
 }
 
+// All of its length, and the terminator.
+std::wstring Wide(const CKivJavaString& string) {
+    const unsigned short* const characters = string;
+    return {reinterpret_cast<const wchar_t*>(characters), static_cast<std::size_t>(string.length()) + 1};
+}
+
 struct Buffer : CKivJavaObject {
-    explicit Buffer(const char* text = "") : CKivJavaObject("java.lang.StringBuffer") {
-        Create("java.lang.String", static_cast<jstring>(CKivJavaString(text)));
+    explicit Buffer(const CKivJavaString& text = "") : CKivJavaObject("java.lang.StringBuffer") {
+        Create("java.lang.String", static_cast<jstring>(text));
+    }
+
+    // One of the overloads; whether it gives the buffer itself, as it should.
+    template <class Argument>
+    bool Append(const char* type, Argument argument) {
+        return CallObjectMethod("java.lang.StringBuffer", "append", type, argument) == *this;
     }
     int Length() { return CallIntMethod("length", ""); }
     CKivJavaString Characters() { return CallStringMethod("toString", ""); }
 };
 
-// 0 in the exit code: everything worked.
-DWORD WINAPI UseAndDetach(LPVOID) {
+// On a thread that was not attached before; true when everything worked.
+bool UseAndDetach() {
     CKivJavaVM& machine = CKivJavaVM::GetInstance();
     bool works = true;
     {
         Buffer buffer;
         for (int i = 0; i < 100; ++i)
-            buffer.CallObjectMethod("java.lang.StringBuffer", "append", "int", i % 10);
-        works = buffer.Length() == 100 && machine.IsCurrentThreadAttached() == 1;
+            works = works && buffer.Append("int", i % 10);
+        works = works && buffer.Length() == 100 && machine.IsCurrentThreadAttached() == 1;
     }
     machine.DetachCurrentThread();
     machine.DetachCurrentThread();
-    return works && machine.IsCurrentThreadAttached() == 0 ? 0 : 1;
-}
-
-// Runs that many threads at once; how many of them did not end with 0.
-int RunThreads(int count, DWORD(WINAPI* work)(LPVOID), void* argument) {
-    std::vector<HANDLE> threads(static_cast<std::size_t>(count));
-    for (HANDLE& thread : threads)
-        thread = ::CreateThread(nullptr, 0, work, argument, 0, nullptr);
-    ::WaitForMultipleObjects(static_cast<DWORD>(count), threads.data(), TRUE, 60000);
-    int failed = 0;
-    for (const HANDLE thread : threads) {
-        DWORD code = 1;
-        ::GetExitCodeThread(thread, &code);
-        failed += code == 0 ? 0 : 1;
-        ::CloseHandle(thread);
-    }
-    return failed;
-}
-
-std::string Variable(const char* name) {
-    const char* const value = std::getenv(name);
-    return value != nullptr ? value : "";
+    return works && machine.IsCurrentThreadAttached() == 0;
 }
 
 // The one machine of this process. The first call comes from many threads at once; one of them starts the machine.
 struct Machine {
     Machine() {
-        const bool isReal = Variable("KIV_TEST_JAVA") == "real";
-        const std::string named = Variable("KIV_TEST_JAVA_LIBRARY");
-        if (!isReal || !named.empty()) {
+        const bool isReal = std::getenv("KIV_TEST_JAVA") != nullptr;
+        const char* const named = isReal ? std::getenv("KIV_TEST_JAVA_LIBRARY") : nullptr;
+        if (!isReal || named != nullptr) {
             localMachine.emplace(HKEY_LOCAL_MACHINE);
             runtimes.emplace(localMachine->Handle());
             runtimes->Add("1.4", isReal ? named : runtimes->Library(), runtimes->Folder());
         }
         const RecordingLog log;
-        failedThreads = RunThreads(kThreads, UseAndDetach, nullptr);
+        const int succeeded = RunThreads(kThreads, UseAndDetach);
         const CKivJavaVM& machine = CKivJavaVM::GetInstance();
-        startLines = log.Lines();
-        if (isReal && named.empty() && *machine.GetVersion() == '\0') {
+        if (isReal && named == nullptr && *machine.GetVersion() == '\0') {
             std::puts("java: no real runtime: KIV_TEST_JAVA_LIBRARY names none, and none is registered");
             std::exit(kNoRuntime);
         }
         REQUIRE(machine.IsAvailable() == 1);
-        std::printf("java: these tests run on %s\n", !isReal         ? "the stand-in runtime"
-                                                     : named.empty() ? machine.GetHomePath()
-                                                                     : named.c_str());
+        std::printf("java: these tests run on %s, %s\n", isReal ? "a real runtime" : "the stand-in runtime",
+                    named != nullptr ? named : machine.GetHomePath());
+        CHECK(succeeded == kThreads);
+        CHECK(log.Lines().size() == 4);  // one start, and nothing failed
     }
 
     std::optional<RedirectedKey> localMachine;
     std::optional<JavaRegistrations> runtimes;
-    int failedThreads;
-    Lines startLines;
 };
 
 // Every case gives all references back, as far as the runtime tells, and logs what it says and no more.
 struct Fixture {
-    Fixture() { log.Clear(); }
+    Fixture() {
+        static const Machine machine;
+        log.Clear();
+    }
     ~Fixture() { CHECK(References() == 0); }
 
-    static unsigned References() {
-        unsigned (*count)() = nullptr;
-        kiv::FindFunction(::GetModuleHandleA("java_runtime.dll"), "StandInReferences", count);
-        return count != nullptr ? count() : 0;
-    }
+    static unsigned References() { return AskStandIn<unsigned>("StandInReferences"); }
 
-    static const Machine& TheMachine() {
-        static const Machine machine;
-        return machine;
-    }
-
-    const Machine& machine = TheMachine();
     RecordingLog log;
 };
-
-}  // namespace
-
-TEST_CASE_FIXTURE(Fixture, "32 threads make the first call at once, use objects and detach") {
-    CHECK(machine.failedThreads == 0);
-    REQUIRE(machine.startLines.size() == 4);  // one start, and nothing failed
-    CHECK(machine.startLines[3].find("1  JVM : successfully created instance of the virtual machine") == 0);
-}
-
-namespace {
 
 template <class Argument>
 CKivJavaObject Box(const char* cls, const char* type, Argument argument) {
@@ -158,17 +130,15 @@ TEST_CASE_FIXTURE(Fixture, "arguments and results of every type arrive") {
     CHECK(Box("java.lang.Float", "float", 1.5).CallFloatMethod("floatValue", "") == 1.5F);
     CHECK(Box("java.lang.Double", "double", 1e300).CallDoubleMethod("doubleValue", "") == 1e300);
 
-    Buffer buffer;  // whose method has an overload for each type
-    const char* const result = "java.lang.StringBuffer";
-    CHECK(buffer.CallObjectMethod(result, "append", "boolean", 1) == buffer);
-    CHECK(buffer.CallObjectMethod(result, "append", "char", 'x') == buffer);
-    CHECK(buffer.CallObjectMethod(result, "append", "int", -7) == buffer);
-    CHECK(buffer.CallObjectMethod(result, "append", "long", -(1LL << 40)) == buffer);
-    CHECK(buffer.CallObjectMethod(result, "append", "float", 1.5) == buffer);
-    CHECK(buffer.CallObjectMethod(result, "append", "double", -0.25) == buffer);
-    const CKivJavaString text(" text ");
-    CHECK(buffer.CallObjectMethod(result, "append", "java.lang.String", static_cast<jstring>(text)) == buffer);
-    CHECK(buffer.CallObjectMethod(result, "append", "java.lang.Object", static_cast<jobject>(nullptr)) == buffer);
+    Buffer buffer;
+    CHECK(buffer.Append("boolean", 1));
+    CHECK(buffer.Append("char", 'x'));
+    CHECK(buffer.Append("int", -7));
+    CHECK(buffer.Append("long", -(1LL << 40)));
+    CHECK(buffer.Append("float", 1.5));
+    CHECK(buffer.Append("double", -0.25));
+    CHECK(buffer.Append("java.lang.String", static_cast<jstring>(CKivJavaString(" text "))));
+    CHECK(buffer.Append("java.lang.Object", static_cast<jobject>(nullptr)));
     CHECK(Text(buffer.Characters()) == "truex-7-10995116277761.5-0.25 text null");
     buffer.CallVoidMethod("setLength", "int", 5);
     CHECK(buffer.CallCharMethod("charAt", "int", 4) == 'x');
@@ -214,15 +184,11 @@ TEST_CASE_FIXTURE(Fixture, "copies stand for the same object, whatever is assign
     other = static_cast<jobject>(other);
     copy = CKivJavaObject();
     CHECK_FALSE(copy);
-    CHECK(copy == CKivJavaObject());
-    CHECK(copy != buffer);
-    CHECK(other == buffer);
-    CHECK(other != Buffer("seven"));
+    CHECK((copy == CKivJavaObject() && copy != buffer));
+    CHECK((other == buffer && other != Buffer("seven")));
     CHECK(other.CallIntMethod("length", "") == 5);
-    CKivJavaObject cls = CKivJavaObject("java.util.ArrayList");
-    const CKivJavaObject& clsOnly = cls;
-    CKivJavaObject list(clsOnly);  // a class is copied too
-    CHECK(list.Create("") == 1);
+    const CKivJavaObject cls("java.util.ArrayList");
+    CHECK(CKivJavaObject(cls).Create("") == 1);  // a class is copied too
 }
 
 TEST_CASE_FIXTURE(Fixture, "arrays of objects come whole, with their gaps") {
@@ -255,7 +221,7 @@ TEST_CASE_FIXTURE(Fixture, "100,000 calls leave no reference behind") {
     Buffer buffer;
     const unsigned before = References();
     for (int i = 0; i < 40000; ++i)
-        buffer.CallObjectMethod("java.lang.StringBuffer", "append", "char", 'a' + i % 26);
+        buffer.Append("char", 'a' + i % 26);
     for (int i = 0; i < 50000; ++i)
         buffer.Length();
     for (int i = 0; i < 2000; ++i)
@@ -269,58 +235,37 @@ TEST_CASE_FIXTURE(Fixture, "strings keep every character, to Java and back") {
     Buffer buffer(megabyte.c_str());
     CHECK(buffer.Length() == 1 << 20);
     CKivJavaString string = buffer.Characters();
-    CHECK(string.length() == 1 << 20);
     CHECK(Text(string) == megabyte);
     string = static_cast<const char*>(string) + megabyte.size() - 1;  // of its own text
     CHECK(Text(string) == "m");
 
-    const unsigned short wide[] = {'a', 0x4E00, 0xD83D, 0xDE00, 0};
-    CKivJavaString beyond;
-    beyond = wide;
-    CKivJavaObject made("java.lang.String");
-    CHECK(made.Create("java.lang.String", static_cast<jstring>(beyond)) == 1);
-    const CKivJavaString back = made.CallStringMethod("toString", "");
-    CHECK(back.length() == 4);
-    CHECK(Text(back).substr(0, 2) == "a?");
-    CHECK(std::wstring(reinterpret_cast<const wchar_t*>(static_cast<const unsigned short*>(back))) ==
-          L"a\x4E00\xD83D\xDE00");
+    const unsigned short beyond[] = {'a', 0x4E00, 0xD83D, 0xDE00, 0};
+    string = beyond;
+    string = Buffer(string).Characters();
+    CHECK(Wide(string) == std::wstring(L"a\x4E00\xD83D\xDE00", 5));
+    CHECK(Text(string).substr(0, 2) == "a?");
 
-    const CKivJavaString empty("");
-    const CKivJavaString nothing(static_cast<const char*>(nullptr));
-    CHECK(static_cast<jstring>(empty) != nullptr);
-    CHECK(static_cast<jstring>(nothing) == nullptr);
-    CHECK(nothing.length() == 0);
-    CHECK(Text(nothing).empty());
-    CHECK(*static_cast<const unsigned short*>(nothing) == 0);
-}
-
-TEST_CASE_FIXTURE(Fixture, "a string with NUL inside comes whole, and goes whole as a reference") {
-    Buffer buffer("a");
-    buffer.CallObjectMethod("java.lang.StringBuffer", "append", "char", 0);
-    buffer.CallObjectMethod("java.lang.StringBuffer", "append", "char", 'b');
-    CKivJavaString string = buffer.Characters();
-    CKivJavaString copy(string);
-    CHECK(copy.length() == 3);
-    CHECK(std::string(static_cast<const char*>(copy), 4) == std::string("a\0b\0", 4));
-    CHECK(std::wstring(reinterpret_cast<const wchar_t*>(static_cast<const unsigned short*>(copy)), 4) ==
-          std::wstring(L"a\0b\0", 4));
-    buffer.CallObjectMethod("java.lang.StringBuffer", "append", "java.lang.String", static_cast<jstring>(copy));
-    CHECK(buffer.Length() == 6);
+    Buffer withNul("a");  // comes whole, and goes whole as a reference
+    withNul.Append("char", 0);
+    withNul.Append("char", 'b');
+    string = withNul.Characters();
+    const CKivJavaString copy(string);
+    CHECK(Wide(copy) == std::wstring(L"a\0b", 4));
+    CHECK(std::string(static_cast<const char*>(copy), 4) == std::string("a\0b", 4));
+    CHECK(Buffer(copy).Length() == 3);
     string = static_cast<const char*>(copy);  // a text ends at its first NUL
     CHECK(string.length() == 1);
+
+    const CKivJavaString nothing(static_cast<const char*>(nullptr));
+    CHECK(static_cast<jstring>(CKivJavaString("")) != nullptr);
+    CHECK(static_cast<jstring>(nothing) == nullptr);
+    CHECK(Wide(nothing) == std::wstring(1, L'\0'));
+    CHECK(Text(nothing).empty());
 }
 
 namespace {
 
-DWORD WINAPI CountReferences(LPVOID object) {
-    for (int i = 0; i < 10000; ++i) {
-        static_cast<IUnknown*>(object)->AddRef();
-        static_cast<IUnknown*>(object)->Release();
-    }
-    return 0;
-}
-
-// The place of the first method of that name in what Java gives; -1 when there is none.
+// The place of the first method of that name in what Java gives.
 long PlaceOf(const char* name, CKivJavaObject& object) {
     CKivJavaObject cls = object.CallObjectMethod("java.lang.Class", "getClass", "");
     CKivJavaObject* methods = nullptr;
@@ -330,7 +275,7 @@ long PlaceOf(const char* name, CKivJavaObject& object) {
         if (Text(methods[i].CallStringMethod("getName", "")) == name)
             return static_cast<long>(i);
     }
-    return -1;
+    return -2;
 }
 
 }  // namespace
@@ -345,11 +290,15 @@ TEST_CASE_FIXTURE(Fixture, "automation clients resolve names and run nothing") {
     CHECK(unknown == nullptr);
     CHECK(dispatch->Release() == 1);
     CHECK(dispatch->QueryInterface(__uuidof(IUnknown), nullptr) == E_POINTER);
-    RunThreads(4, CountReferences, dispatch);
+    const auto refer = [dispatch] {
+        for (int i = 0; i < 10000; ++i)
+            dispatch->AddRef(), dispatch->Release();
+        return true;
+    };
+    CHECK(RunThreads(4, refer) == 4);
 
     UINT types = 1;
-    CHECK(dispatch->GetTypeInfoCount(&types) == S_OK);
-    CHECK(types == 0);
+    CHECK((dispatch->GetTypeInfoCount(&types) == S_OK && types == 0));
     CHECK(dispatch->GetTypeInfoCount(nullptr) == E_POINTER);
     CHECK(dispatch->GetTypeInfo(0, 0, nullptr) == E_NOTIMPL);
     wchar_t wrongCase[] = L"Append";
@@ -358,14 +307,13 @@ TEST_CASE_FIXTURE(Fixture, "automation clients resolve names and run nothing") {
     wchar_t* names[] = {append, wrongCase, toString};
     DISPID ids[] = {9, 9, 9};
     CHECK(dispatch->GetIDsOfNames(GUID{}, names, 3, 0, ids) == DISP_E_UNKNOWNNAME);
-    CHECK(PlaceOf("append", buffer) >= 0);
     CHECK((ids[0] == PlaceOf("append", buffer) && ids[1] == -1 && ids[2] == PlaceOf("toString", buffer)));
     CHECK(dispatch->GetIDsOfNames(GUID{}, names, 1, 0, ids) == S_OK);
     CHECK(dispatch->GetIDsOfNames(GUID{}, nullptr, 1, 0, ids) == E_POINTER);
     VARIANT result;
     result.vt = VT_ERROR;
     CHECK(dispatch->Invoke(ids[0], GUID{}, 0, DISPATCH_METHOD, nullptr, &result, nullptr, nullptr) == S_OK);
-    CHECK(result.vt == VT_ERROR);
+    CHECK(result.vt == VT_ERROR);  // untouched
     CHECK(dispatch->Release() == 0);
 
     REQUIRE(CKivJavaObject::CreateInstance("java.lang.String", &unknown) == S_OK);  // no object, so no names

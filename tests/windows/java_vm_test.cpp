@@ -2,19 +2,18 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "java/jni_tables.h"
 #include "support/check.h"
-#include "support/dynamic_function.h"
 #include "support/java_registrations.h"
 #include "support/real_log.h"
 #include "support/recording_log.h"
 #include "support/redirected_key.h"
 #include "support/run_program.h"
+#include "support/threads.h"
 #include "tavkivut/java.h"
 
 using namespace kiv::test;
@@ -22,13 +21,13 @@ using namespace kiv::test;
 struct CKivJavaVMLayout {
     static constexpr std::size_t kPointer = sizeof(void*);
     static_assert(offsetof(CKivJavaVM, m_vm) == 0 && offsetof(CKivJavaVM, m_runtimeModule) == kPointer);
-    static_assert(offsetof(CKivJavaVM, m_getDefaultInitArgs) == 2 * kPointer);
-    static_assert(offsetof(CKivJavaVM, m_createJavaVM) == 3 * kPointer);
-    static_assert(offsetof(CKivJavaVM, m_version) == 4 * kPointer);
-    static_assert(offsetof(CKivJavaVM, m_homePath) == 4 * kPointer + 260);
-    static_assert(offsetof(CKivJavaVM, m_jniVersion) == 4 * kPointer + 520);
-    static_assert(offsetof(CKivJavaVM, m_attachedThreads) > offsetof(CKivJavaVM, m_jniVersion));
-    static_assert(offsetof(CKivJavaVM, m_lock) > offsetof(CKivJavaVM, m_attachedThreads));
+    static_assert(offsetof(CKivJavaVM, m_getDefaultInitArgs) == 2 * kPointer &&
+                  offsetof(CKivJavaVM, m_createJavaVM) == 3 * kPointer &&
+                  offsetof(CKivJavaVM, m_version) == 4 * kPointer &&
+                  offsetof(CKivJavaVM, m_homePath) == 4 * kPointer + 260 &&
+                  offsetof(CKivJavaVM, m_jniVersion) == 4 * kPointer + 520 &&
+                  offsetof(CKivJavaVM, m_attachedThreads) > offsetof(CKivJavaVM, m_jniVersion) &&
+                  offsetof(CKivJavaVM, m_lock) > offsetof(CKivJavaVM, m_attachedThreads));
 
     static void DetachBehindItsBack(const CKivJavaVM& host) { host.m_vm->functions->detachCurrentThread(host.m_vm); }
 };
@@ -51,14 +50,6 @@ bool IsRuntimeLoaded() {
     return ::GetModuleHandleA("java_runtime.dll") != nullptr;
 }
 
-template <class Result>
-Result AskRuntime(const char* name) {
-    Result (*function)() = nullptr;
-    kiv::FindFunction(::GetModuleHandleA("java_runtime.dll"), name, function);
-    REQUIRE((function != nullptr));
-    return function();
-}
-
 std::string ThreadText(DWORD id) {
     char text[40];
     std::snprintf(text, sizeof text, "0x%x (%i)", static_cast<unsigned>(id), static_cast<int>(id));
@@ -79,21 +70,6 @@ struct Fixture {
     JavaRegistrations runtimes{machine.Handle()};
     RecordingLog log;
 };
-
-// Runs work on a thread of its own, to its end; gives the thread's id.
-DWORD OnThread(const std::function<void()>& work) {
-    struct Start {
-        static DWORD WINAPI Run(void* argument) {
-            (*static_cast<const std::function<void()>*>(argument))();
-            return 0;
-        }
-    };
-    DWORD id = 0;
-    const HANDLE thread = ::CreateThread(nullptr, 0, Start::Run, const_cast<std::function<void()>*>(&work), 0, &id);
-    ::WaitForSingleObject(thread, 60000);
-    ::CloseHandle(thread);
-    return id;
-}
 
 }  // namespace
 
@@ -154,20 +130,13 @@ struct FailedStart : Fixture {
         Lines lines = log.Lines();
         REQUIRE(!lines.empty());
         CHECK(lines.back() == "1E JVM : failed to load virtual machine");
-        lines.pop_back();
-        CheckWithoutMachine(host, lines.size() + 1);
-        return lines;
-    }
-
-    // Nothing works, and nothing more is logged.
-    void CheckWithoutMachine(Host& host, std::size_t lines) {
-        CHECK(host.IsAvailable() == 0);
-        CHECK(host.GetEnv() == nullptr);
-        CHECK(host.IsCurrentThreadAttached() == 0);
         host.DetachCurrentThread();
-        CHECK(Host(host).IsAvailable() == 0);
-        CHECK(log.Lines().size() == lines);
+        CHECK((host.IsAvailable() == 0 && Host(host).IsAvailable() == 0));
+        CHECK((host.GetEnv() == nullptr && host.IsCurrentThreadAttached() == 0));
+        CHECK(log.Lines() == lines);  // and nothing more
         CHECK_FALSE(IsRuntimeLoaded());
+        lines.pop_back();
+        return lines;
     }
 };
 
@@ -211,7 +180,7 @@ TEST_CASE_FIXTURE(Fixture, "a machine gets the class path, serves copies, and en
         CHECK(first->IsCurrentThreadAttached() == 1);
         const std::string expected = "C:\\classes.zip;" + runtimes.Folder() + "\\lib";
         CHECK(log.Lines() == StartLines("1.4", runtimes.Library(), expected));
-        CHECK(AskRuntime<const char*>("StandInClassPath") == expected);
+        CHECK(AskStandIn<const char*>("StandInClassPath") == expected);
         log.Clear();
         CHECK(first->LoadJVM() == 1);  // there is a machine already
 
@@ -219,7 +188,7 @@ TEST_CASE_FIXTURE(Fixture, "a machine gets the class path, serves copies, and en
         Host& self = copy;
         copy = self;
         copy.DetachCurrentThread();  // nothing: the other attached the thread
-        CHECK(AskRuntime<unsigned>("StandInThreads") == 1);
+        CHECK(AskStandIn<unsigned>("StandInThreads") == 1);
         first.reset();
         CHECK(copy.IsAvailable() == 1);
         CHECK(copy.GetVersion() == std::string("1.4"));
@@ -229,7 +198,7 @@ TEST_CASE_FIXTURE(Fixture, "a machine gets the class path, serves copies, and en
         CHECK(copy.IsCurrentThreadAttached() == 1);
         CHECK(env->functions->getVersion(env) == kiv::kJniVersion12);
         copy.DetachCurrentThread();
-        CHECK(AskRuntime<unsigned>("StandInThreads") == 0);
+        CHECK(AskStandIn<unsigned>("StandInThreads") == 0);
     }
     CHECK(log.Lines() == Lines{});
     CHECK(CKivJavaVM::IsInstanceRunning() == 0);
@@ -244,20 +213,21 @@ TEST_CASE_FIXTURE(Fixture, "a thread is attached once, and named once at the end
         Host host;
         log.Clear();
         for (unsigned i = 0; i < kCount; ++i) {
-            bool same = false;
-            const DWORD id = OnThread([&] {
+            DWORD id = 0;
+            const auto attach = [&] {
+                id = ::GetCurrentThreadId();
                 host.GetEnv();
                 CKivJavaVMLayout::DetachBehindItsBack(host);
-                same = host.GetEnv() == host.GetEnv() && host.GetEnv() != nullptr;
-            });
-            CHECK(same);
+                return host.GetEnv() == host.GetEnv() && host.GetEnv() != nullptr;
+            };
+            CHECK(RunThreads(1, attach) == 1);
             // The id of a thread that ended may be given out again.
             const std::string line =
                 "1W JVM : the thread " + ThreadText(id) + " has not been detached from the virtual machine";
             if (std::find(expected.begin(), expected.end(), line) == expected.end())
                 expected.push_back(line);
         }
-        CHECK(AskRuntime<unsigned>("StandInThreads") == kCount + 1);
+        CHECK(AskStandIn<unsigned>("StandInThreads") == kCount + 1);
         CHECK(log.Lines() == Lines{});
     }
     CHECK(log.Lines() == expected);
@@ -278,38 +248,28 @@ TEST_CASE_FIXTURE(Fixture, "an environment that cannot be had is null, with the 
         CAPTURE(row.fault);
         const ScopedVariable fault("KIV_JAVA_FAULT", row.fault);
         log.Clear();
-        bool none = false;
-        OnThread([&] { none = host.GetEnv() == nullptr && host.IsCurrentThreadAttached() == 0; });
-        CHECK(none);
+        CHECK(RunThreads(1, [&] { return host.GetEnv() == nullptr && host.IsCurrentThreadAttached() == 0; }) == 1);
         CHECK(log.Lines() == Lines{row.line});
     }
 }
 
 TEST_CASE("names and signatures come in blocks of the library") {
-    const auto text = [](char* block) {
-        const std::string copy = block != nullptr ? block : "(null)";
-        Host::FreeJNIName(block);
-        return copy;
-    };
-    CHECK(text(Host::AllocJNIName("java.lang.String")) == "java/lang/String");
-    CHECK(text(Host::AllocJNIName(nullptr)) == "(null)");
-    CHECK(text(Host::AllocJNISignature("int", "java.lang.String,byte[]")) == "(Ljava/lang/String;[B)I");
-    CHECK(text(Host::AllocJNISignature(nullptr, nullptr)) == "()V");
-    CHECK(text(Host::AllocJNISignature(nullptr)) == "V");
+    char* const blocks[] = {Host::AllocJNIName("java.lang.String"), Host::AllocJNISignature("int", "a.B,byte[]"),
+                            Host::AllocJNISignature(nullptr, nullptr), Host::AllocJNISignature(nullptr)};
+    CHECK(Lines(std::begin(blocks), std::end(blocks)) == Lines{"java/lang/String", "(La/B;[B)I", "()V", "V"});
+    std::for_each(std::begin(blocks), std::end(blocks), Host::FreeJNIName);
+    CHECK(Host::AllocJNIName(nullptr) == nullptr);
 }
 
 namespace {
 
 // A process that hosts the one machine (java_child.cpp), beside the libraries as they are shipped.
-class HostProcess {
-public:
-    HostProcess() {
-        runtimes.AddStandIn("1.4");
-        ::SetEnvironmentVariableA("KIV_LOCAL_MACHINE", m_machine.Path().c_str() + sizeof "HKCU");
-    }
+struct HostProcess {
+    HostProcess() { runtimes.AddStandIn("1.4"); }
 
     ProgramResult Run(const std::string& mode) const {
-        const ScopedVariable file("TAVKIVLG_FILE", LogFile().c_str());
+        const ScopedVariable localMachine("KIV_LOCAL_MACHINE", machine.Path().c_str() + sizeof "HKCU");
+        const ScopedVariable file("TAVKIVLG_FILE", logFile.c_str());
         const ScopedVariable level("TAVKIVLG_LEVEL", "1");
         return RunProgram("real_log\\java_child.exe " + mode);
     }
@@ -317,7 +277,7 @@ public:
     // The log from the word behind the component on.
     Lines LoggedLines() const {
         Lines lines;
-        const std::string bytes = ReadFileBytes(LogFile());
+        const std::string bytes = ReadFileBytes(logFile);
         const std::string component = " TavKivUt ";
         for (std::size_t at = bytes.find(component); at != std::string::npos; at = bytes.find(component, at)) {
             at += component.size();
@@ -326,13 +286,9 @@ public:
         return lines;
     }
 
-private:
-    std::string LogFile() const { return runtimes.Folder() + "\\jvm.log"; }
-
-    ScratchKey m_machine;
-
-public:
-    JavaRegistrations runtimes{m_machine.Handle()};
+    ScratchKey machine;
+    JavaRegistrations runtimes{machine.Handle()};
+    const std::string logFile = runtimes.Folder() + "\\jvm.log";
 };
 
 }  // namespace
@@ -348,39 +304,33 @@ TEST_CASE("the end of a process names the threads that stayed attached and touch
                                  " has not been detached from the virtual machine\n");
 }
 
-TEST_CASE("an unload of the library unloads the runtime") {
-    const ProgramResult result = HostProcess().Run("unload");
-    CHECK(result.output == "");
-    CHECK(result.exitCode == 0);
-}
-
 TEST_CASE("without a runtime objects are empty, and only the failed start is logged") {
     const HostProcess process;
     DeleteKeyTree(process.runtimes.Key().Get(), "1.4");
-    const ProgramResult result = process.Run("objects");
-    CHECK(result.output == "");
-    CHECK(result.exitCode == 0);
+    CHECK(process.Run("objects").exitCode == 0);
     CHECK(process.LoggedLines() == Lines{"1W JVM : the list of registered virtual machines is empty",
                                          "1E JVM : failed to load virtual machine"});
 }
 
-TEST_CASE("the stand-in runtime ends a process that breaks a rule") {
+TEST_CASE("an unload of the library unloads the runtime; the stand-in ends a process that breaks a rule") {
     const struct {
         const char* mode;
-        const char* rule;
+        unsigned long exitCode;
+        const char* output;
     } rows[] = {
-        {"leak", "1 local references are left at the end"},
-        {"deleted", "a reference that was deleted, or never was one, is used"},
-        {"pending", "a call with a pending exception"},
-        {"otherthread", "an environment is used on another thread"},
-        {"detach", "a local reference is left when its thread is detached"},
-        {"unserved", "a function is called that this runtime does not have"},
+        {"unload", 0, ""},
+        {"leak", 97, "java runtime: 1 local references are left at the end\n"},
+        {"deleted", 97, "java runtime: a reference that was deleted, or never was one, is used\n"},
+        {"pending", 97, "java runtime: a call with a pending exception\n"},
+        {"otherthread", 97, "java runtime: an environment is used on another thread\n"},
+        {"detach", 97, "java runtime: a local reference is left when its thread is detached\n"},
+        {"unserved", 97, "java runtime: a function is called that this runtime does not have\n"},
     };
     const HostProcess process;
     for (const auto& row : rows) {
         CAPTURE(row.mode);
         const ProgramResult result = process.Run(row.mode);
-        CHECK(result.exitCode == 97);
-        CHECK(result.output == std::string("java runtime: ") + row.rule + "\n");
+        CHECK(result.exitCode == row.exitCode);
+        CHECK(result.output == row.output);
     }
 }
