@@ -114,16 +114,14 @@ TEST_CASE_FIXTURE(Fixture,
     CHECK_FALSE(IsRuntimeLoaded());
 }
 
-namespace {
-
-struct FailedStart : Fixture {
+TEST_CASE_FIXTURE(Fixture, "a start that fails says at which step, and leaves a host without a machine") {
     // Registers 1.4 with these texts (null: without) and tries to start it. Gives the lines before the last.
-    Lines LinesOf(const char* library, const char* home, const char* fault = nullptr) {
+    const auto linesOf = [this](const char* registered, const char* folder, const char* fault = nullptr) {
         DeleteKeyTree(machine.Handle(), "SOFTWARE");
-        if (library != nullptr)
-            SetText(runtimes.Key("1.4").Get(), "RuntimeLib", library);
-        if (home != nullptr)
-            SetText(runtimes.Key("1.4").Get(), "JavaHome", home);
+        if (registered != nullptr)
+            SetText(runtimes.Key("1.4").Get(), "RuntimeLib", registered);
+        if (folder != nullptr)
+            SetText(runtimes.Key("1.4").Get(), "JavaHome", folder);
         const ScopedVariable asked("KIV_JAVA_FAULT", fault);
         log.Clear();
         Host host;
@@ -137,12 +135,7 @@ struct FailedStart : Fixture {
         CHECK_FALSE(IsRuntimeLoaded());
         lines.pop_back();
         return lines;
-    }
-};
-
-}  // namespace
-
-TEST_CASE_FIXTURE(FailedStart, "a start that fails says at which step, and leaves a host without a machine") {
+    };
     const std::string library = runtimes.Library();
     const std::string empty = runtimes.Write("empty.dll", "no library");
     char without[MAX_PATH];
@@ -152,18 +145,18 @@ TEST_CASE_FIXTURE(FailedStart, "a start that fails says at which step, and leave
     const std::string found = "1  JVM : found registration of runtime library version 1.4";
     const std::string damaged = "1W JVM : the registration of the virtual machine (1.4) is damaged";
     const std::string loaded = "1  JVM : successfully loaded runtime library '" + library + "'";
-    CHECK(LinesOf(nullptr, nullptr) == Lines{"1W JVM : there is no virtual machine registered on this host"});
-    CHECK(LinesOf(nullptr, home) == Lines{damaged, "1W JVM : the list of registered virtual machines is empty"});
-    CHECK(LinesOf(good, nullptr) == Lines{found, damaged});
-    CHECK(LinesOf(good, std::string(260, 'h').c_str()) == Lines{found, damaged});
-    CHECK(LinesOf(empty.c_str(), home) ==
+    CHECK(linesOf(nullptr, nullptr) == Lines{"1W JVM : there is no virtual machine registered on this host"});
+    CHECK(linesOf(nullptr, home) == Lines{damaged, "1W JVM : the list of registered virtual machines is empty"});
+    CHECK(linesOf(good, nullptr) == Lines{found, damaged});
+    CHECK(linesOf(good, std::string(260, 'h').c_str()) == Lines{found, damaged});
+    CHECK(linesOf(empty.c_str(), home) ==
           Lines{found, "1E JVM : failed to load runtime library '" + empty + "' (193)"});
-    CHECK(LinesOf(without, home) ==
+    CHECK(linesOf(without, home) ==
           Lines{found, "1  JVM : successfully loaded runtime library '" + std::string(without) + "'",
                 "1E JVM : the runtime library '" + std::string(without) + "' is not valid (127)"});
-    CHECK(LinesOf(good, home, "args=-1") ==
+    CHECK(linesOf(good, home, "args=-1") ==
           Lines{found, loaded, "1E JVM : the runtime library '" + library + "' does not support JNI"});
-    CHECK(LinesOf(good, home, "create=-4") ==
+    CHECK(linesOf(good, home, "create=-4") ==
           Lines{found, loaded, "2  JVM : setting classpath to '" + runtimes.Folder() + "\\lib'",
                 "1E JVM : failed to create instance of the virtual machine, Error code 0xfffffffc (-4)"});
 }
