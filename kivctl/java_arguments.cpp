@@ -58,8 +58,8 @@ JavaArguments::JavaArguments(const std::string& owner, const std::string& parame
                              const std::vector<std::string>& texts) {
     const std::vector<std::string> types = SplitAtCommas(parameters);
     if (types.size() != texts.size())
-        throw UsageError(owner + " has " + std::to_string(types.size()) + " parameters and " +
-                         std::to_string(texts.size()) + " arguments");
+        throw UsageError("arguments of " + owner + ": " + std::to_string(texts.size()) + " given, " +
+                         std::to_string(types.size()) + " in its parameter list");
     for (std::size_t i = 0; i < types.size(); ++i)
         PutArgument(types[i], texts[i], "argument " + std::to_string(i + 1) + " of " + owner + ", '" + texts[i] + "',");
     m_bytes.resize(m_bytes.size() + sizeof(long long));
@@ -103,7 +103,7 @@ void JavaArguments::PutArgument(const std::string& type, const std::string& text
         Put(type == "float" ? narrow : number);
     } else if (type == "java.lang.String") {
         m_texts.push_back({m_bytes.size(), text});
-        Put(static_cast<void*>(nullptr));
+        Put(std::uintptr_t{0});
     } else {
         Refuse(which, "of a type that can be given: '" + type + "' is none of " + kJavaTypes);
     }
@@ -112,7 +112,7 @@ void JavaArguments::PutArgument(const std::string& type, const std::string& text
 va_list JavaArguments::List() {
     for (const Text& text : m_texts) {
         m_strings.push_back(std::make_unique<CKivJavaString>(text.text.c_str()));
-        const auto reference = static_cast<jstring>(*m_strings.back());
+        const auto reference = reinterpret_cast<std::uintptr_t>(static_cast<jstring>(*m_strings.back()));
         std::memcpy(m_bytes.data() + text.place, &reference, sizeof reference);
     }
     m_texts.clear();
