@@ -136,6 +136,7 @@ TEST_CASE_FIXTURE(Fixture, "a start that fails says at which step, and leaves a 
         lines.pop_back();
         return lines;
     };
+    const ScopedVariable emptyClassPath("KIV_JAVA_CLASSPATH", "");
     const std::string library = runtimes.Library();
     const std::string empty = runtimes.Write("empty.dll", "no library");
     char without[MAX_PATH];

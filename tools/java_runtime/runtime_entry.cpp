@@ -5,7 +5,7 @@
 //
 // Environment variables:
 //     KIV_JAVA_FAULT       "args=-1", "create=-4", "getenv=-3", "attach=-1": what that step answers
-//     KIV_JAVA_CLASSPATH   the class path of the defaults
+//     KIV_JAVA_CLASSPATH   the class path of the defaults, which can be empty; they have none where it is not set
 
 #include <cstdlib>
 #include <cstring>
@@ -81,11 +81,13 @@ extern "C" __declspec(dllexport) jint __stdcall JNI_GetDefaultJavaVMInitArgs(voi
     expected.version = kiv::kJniVersion12;
     if (std::memcmp(record, &expected, sizeof expected) != 0)
         BreakRule("the start record holds more than its version");
+    ::SetLastError(ERROR_SUCCESS);
     g_classPath = Variable("KIV_JAVA_CLASSPATH");
+    const bool isSet = ::GetLastError() != ERROR_ENVVAR_NOT_FOUND;
     g_defaults = expected;
     g_defaults.nativeStackSize = 0x20000;
     g_defaults.maxHeapSize = 0x1000000;
-    g_defaults.classpath = g_classPath.empty() ? nullptr : g_classPath.data();
+    g_defaults.classpath = isSet ? g_classPath.data() : nullptr;
     std::memcpy(record, &g_defaults, sizeof g_defaults);
     return Answer("args");
 }
