@@ -73,8 +73,11 @@ void RewriteTextFile(const std::string& file, const std::string& oldContent, con
     if (error == NO_ERROR)
         return;
     const bool restored = WriteWhole(opened.Get(), oldContent) == NO_ERROR;
-    throw Failure("'" + file + "' cannot be written: " + ErrorText(error) +
-                  (restored ? "" : "; the old content could not be put back"));
+    throw Failure("'" + file + "' cannot be written: " + ErrorText(error) + (restored ? "" : kNotRestored));
+}
+
+bool RestoreFile(const std::string& file, const std::string& content) {
+    return WriteWhole(Open(file, GENERIC_WRITE).Get(), content) == NO_ERROR;
 }
 
 }  // namespace kivctl

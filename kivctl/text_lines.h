@@ -26,6 +26,12 @@ std::string ReadTextFile(const std::string& file);
 // is put back and Failure thrown.
 void RewriteTextFile(const std::string& file, const std::string& oldContent, const std::string& newContent);
 
+// Puts the old content back after a write by other means that failed. Gives whether that worked; throws Failure when
+// the file cannot be opened.
+bool RestoreFile(const std::string& file, const std::string& content);
+
+constexpr char kNotRestored[] = "; the old content could not be put back";
+
 }  // namespace kivctl
 
 #endif

@@ -4,11 +4,13 @@
 #include <cstdio>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "support/windows_api.h"
 
+#include "files/without_read_only.h"
 #include "kivctl/command.h"
 #include "kivctl/text_lines.h"
 #include "kivctl/xml_source.h"
@@ -51,24 +53,23 @@ XmlNodes ReadDocument(const Options& options) {
     }
 }
 
-// Whether the library could open the file, so that no message box waits where nobody sees it. A read-only file is
-// writable for it. Access denied on a share is left to the library, which may know a local path.
-void RequireWritable(const std::string& path) {
-    const DWORD attributes = ::GetFileAttributesA(path.c_str());
-    const bool readOnly = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0;
-    if (readOnly)
-        ::SetFileAttributesA(path.c_str(), attributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));
+// What stood in the file; nothing where there is no file. Fails where the library could not open it, so that no message
+// box waits where nobody sees it. A read-only file is writable for the library. Access denied on a share is left to it,
+// since it may know a local path.
+std::optional<std::string> OldContents(const std::string& path) {
+    const kiv::WithoutReadOnly writable(path.c_str());
     kiv::ScopedFile file(::CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_ALWAYS,
                                        FILE_ATTRIBUTE_NORMAL, nullptr));
     const DWORD error = ::GetLastError();
     const bool opened = static_cast<bool>(file);
     file.Reset();
-    if (readOnly)
-        ::SetFileAttributesA(path.c_str(), attributes);
     if (opened && error != ERROR_ALREADY_EXISTS)
         ::DeleteFileA(path.c_str());
-    if (!opened && !(error == ERROR_ACCESS_DENIED && path.compare(0, 2, "\\\\") == 0))
+    else if (opened)
+        return ReadWholeFile(path);
+    else if (error != ERROR_ACCESS_DENIED || path.compare(0, 2, "\\\\") != 0)
         throw Failure("'" + path + "' cannot be written: " + ErrorText(error));
+    return std::nullopt;
 }
 
 void Put(CKivXmlFactory& document, const XmlNode& node) {
@@ -93,7 +94,23 @@ void WriteDocument(const XmlNodes& nodes, const std::string& path) {
         Put(document, node);
     document.endDocument();
     if (const unsigned long error = document.getWriteError())
-        throw Failure("'" + path + "' was not written whole: " + ErrorText(error));
+        Fail("'" + path + "' was not written whole", error);
+}
+
+// On failure nothing is left of the new document.
+void ReplaceDocument(const XmlNodes& nodes, const std::string& path) {
+    const bool isNew = ::GetFileAttributesA(path.c_str()) == INVALID_FILE_ATTRIBUTES;
+    const std::optional<std::string> old = OldContents(path);
+    try {
+        WriteDocument(nodes, path);
+    } catch (const Failure& failure) {
+        const kiv::WithoutReadOnly writable(path.c_str());
+        if (isNew)
+            ::DeleteFileA(path.c_str());
+        if (old && !RestoreFile(path, *old))
+            throw Failure(std::string(failure.what()) + kNotRestored);
+        throw;
+    }
 }
 
 // A temporary file that is deleted whatever happens to it.
@@ -122,9 +139,10 @@ void Run(const Options& options) {
     if (options.document.empty())
         return ShowDocument(nodes);
     const std::string path = FullPath(options.document);
-    if (!options.ask)
-        RequireWritable(path);
-    WriteDocument(nodes, path);
+    if (options.ask)
+        WriteDocument(nodes, path);
+    else
+        ReplaceDocument(nodes, path);
 }
 
 }  // namespace

@@ -72,7 +72,7 @@ public:
 
     // Copies the file to its backup (its name and ".bak"), whether that works or not, and writes it anew, every line
     // ended by CR LF. A read-only file stays so. False when the file cannot be written, or memory is exhausted: it has
-    // its old contents then.
+    // its old contents then, and the last error tells why.
     bool save() noexcept;
 
     // The file's path: system32\drivers\etc\services on the NT family, services in the Windows folder on the 9x family.

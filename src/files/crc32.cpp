@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "files/crc32_sum.h"
-#include "files/kept_attributes.h"
+#include "files/file_contents.h"
 #include "files/signature_record.h"
 #include "support/code_page.h"
 #include "support/heap_text.h"
@@ -30,16 +30,6 @@ void Hide(const char* folder) noexcept {
         return;
     if ((attributes & FILE_ATTRIBUTE_HIDDEN) == 0)
         ::SetFileAttributesA(folder, attributes | FILE_ATTRIBUTE_HIDDEN);
-}
-
-bool WriteRecord(const char* path, const kiv::SignatureRecord& record) noexcept {
-    const ScopedFile file(::CreateFileA(path, GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS,
-                                        kiv::KeptAttributes(path), nullptr));
-    if (!file)
-        return false;
-    DWORD written = 0;
-    return ::WriteFile(file.Get(), record.data(), static_cast<DWORD>(record.size()), &written, nullptr) &&
-           written == record.size() && ::FlushFileBuffers(file.Get());
 }
 
 }  // namespace
@@ -102,7 +92,9 @@ unsigned long CKivCrc32::SaveFileCrcToRepository(const char* path) noexcept {
         return kBadData;
     char signature[MAX_PATH];
     GetRepositoryNameFromFileName(path, signature, 1);
-    return WriteRecord(signature, kiv::MakeSignature(crc)) ? NO_ERROR : kBadData;
+    const kiv::SignatureRecord record = kiv::MakeSignature(crc);
+    const std::string_view bytes(reinterpret_cast<const char*>(record.data()), record.size());
+    return kiv::ReplaceContents(signature, bytes) == NO_ERROR ? NO_ERROR : kBadData;
 }
 
 unsigned long CKivCrc32::LoadFileCrcFromRepository(const char* path, unsigned long& crc) noexcept {

@@ -73,13 +73,19 @@ DWORD ReplaceContents(const char* path, std::string_view contents) noexcept {
     const Reading kept = ReadOldContents(path, old);
     if (kept == Reading::kNoRoom)
         return ERROR_NOT_ENOUGH_MEMORY;  // nothing could be put back
-    const ScopedFile file(
+    ScopedFile file(
         ::CreateFileA(path, GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS, KeptAttributes(path), nullptr));
+    const DWORD created = ::GetLastError();
     if (!file)
-        return ::GetLastError();
+        return created;
     const DWORD error = WriteAndFlush(file.Get(), contents);
-    if (error != NO_ERROR && kept == Reading::kDone)
+    if (error == NO_ERROR)
+        return NO_ERROR;
+    if (kept == Reading::kDone)
         PutBack(file.Get(), old.Text());
+    file.Reset();
+    if (created != ERROR_ALREADY_EXISTS)
+        ::DeleteFileA(path);
     return error;
 }
 

@@ -125,11 +125,15 @@ bool CKivNetServiceConfig::remove(NETSERVICE** entry) noexcept {
 
 bool CKivNetServiceConfig::save() noexcept {
     kiv::HeapBuffer<char> contents;
-    if (!kiv::FormatServices(m_list, contents))
-        return false;
-    backupServiceConfigFile();
-    const kiv::WithoutReadOnly writable(getFileName());
-    return kiv::ReplaceContents(getFileName(), contents.Text()) == NO_ERROR;
+    DWORD error = ERROR_NOT_ENOUGH_MEMORY;
+    if (kiv::FormatServices(m_list, contents)) {
+        backupServiceConfigFile();
+        const kiv::WithoutReadOnly writable(getFileName());
+        error = kiv::ReplaceContents(getFileName(), contents.Text());
+    }
+    if (error != NO_ERROR)
+        ::SetLastError(error);
+    return error == NO_ERROR;
 }
 
 const char* CKivNetServiceConfig::getFileName() noexcept {
