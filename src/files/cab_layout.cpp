@@ -4,6 +4,8 @@
 #include <cstring>
 #include <vector>
 
+#include "support/little_endian.h"
+
 namespace kiv {
 namespace {
 
@@ -26,14 +28,6 @@ constexpr std::uint16_t kHasReserve = 4;
 constexpr std::uint16_t kFromPrevious = 0xFFFD;
 constexpr std::uint16_t kToNext = 0xFFFE;
 constexpr std::uint16_t kFromPreviousToNext = 0xFFFF;
-
-std::uint16_t Get16(const unsigned char* at) noexcept {
-    return static_cast<std::uint16_t>(at[0] | at[1] << 8);
-}
-
-std::uint32_t Get32(const unsigned char* at) noexcept {
-    return Get16(at) | static_cast<std::uint32_t>(Get16(at + 2)) << 16;
-}
 
 // Walks the header and the tables from front to back. Once something lay outside the cabinet nothing more is read.
 class TableWalk {
@@ -80,7 +74,7 @@ private:
             if (!Take(sizes, sizeof sizes))
                 return false;
             m_folderReserve = sizes[2];
-            m_at += Get16(sizes);
+            m_at += Read16(sizes);
         }
         for (const std::uint16_t flag : {kHasPrevious, kHasNext}) {
             if ((m_header.flags & flag) != 0 && !(SkipText() && SkipText()))
@@ -98,8 +92,8 @@ private:
                 return false;
             m_at += m_folderReserve;
             m_isPackedAsKnown = m_isPackedAsKnown && (folder[6] & kCompressionMask) <= kLastCompression;
-            const std::uint32_t data = Get32(folder);
-            const std::uint16_t blocks = Get16(folder + 4);
+            const std::uint32_t data = Read32(folder);
+            const std::uint16_t blocks = Read16(folder + 4);
             m_blocks.push_back(blocks);
             if (blocks == 0)
                 continue;
@@ -125,7 +119,7 @@ private:
     bool CheckPlace(const unsigned char* file) const noexcept {
         const bool hasPrevious = (m_header.flags & kHasPrevious) != 0;
         const bool hasNext = (m_header.flags & kHasNext) != 0;
-        const std::uint16_t folder = Get16(file + 8);
+        const std::uint16_t folder = Read16(file + 8);
         switch (folder) {
         case kFromPrevious:
             return hasPrevious;
@@ -138,7 +132,7 @@ private:
         }
         if (folder >= m_blocks.size())
             return false;
-        return (folder == 0 && hasPrevious) || static_cast<std::uint64_t>(Get32(file)) + Get32(file + 4) <=
+        return (folder == 0 && hasPrevious) || static_cast<std::uint64_t>(Read32(file)) + Read32(file + 4) <=
                                                    static_cast<std::uint64_t>(m_blocks[folder]) * kBlockData;
     }
 
@@ -159,11 +153,11 @@ ReadingError ReadCabinetHeader(CabinetBytes& bytes, CabinetHeader& header) noexc
         return ReadingError::kNotACabinet;
     if (start[24] != 3 || start[25] != 1)
         return ReadingError::kUnknownVersion;
-    header.size = Get32(start + 8);
-    header.filesAt = Get32(start + 16);
-    header.folders = Get16(start + 26);
-    header.files = Get16(start + 28);
-    header.flags = Get16(start + 30);
+    header.size = Read32(start + 8);
+    header.filesAt = Read32(start + 16);
+    header.folders = Read16(start + 26);
+    header.files = Read16(start + 28);
+    header.flags = Read16(start + 30);
     return ReadingError::kNone;
 }
 

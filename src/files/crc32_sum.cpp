@@ -2,6 +2,8 @@
 
 #include <array>
 
+#include "support/little_endian.h"
+
 #if defined(__x86_64__)
 #include <wmmintrin.h>
 #endif
@@ -28,11 +30,6 @@ constexpr std::array<Table, kRound> MakeTables() noexcept {
 }
 
 constexpr std::array<Table, kRound> kTables = MakeTables();
-
-std::uint32_t Word(const unsigned char* bytes) noexcept {
-    return bytes[0] | static_cast<std::uint32_t>(bytes[1]) << 8 | static_cast<std::uint32_t>(bytes[2]) << 16 |
-           static_cast<std::uint32_t>(bytes[3]) << 24;
-}
 
 // The share of four bytes; `last` is the distance of the last one from the round's end.
 std::uint32_t Share(std::uint32_t word, std::size_t last) noexcept {
@@ -97,8 +94,8 @@ __attribute__((target("pclmul"))) std::uint32_t Crc32ByProducts(std::uint32_t ru
 std::uint32_t Crc32ByTables(std::uint32_t running, const void* bytes, std::size_t size) noexcept {
     const auto* at = static_cast<const unsigned char*>(bytes);
     for (; size >= kRound; size -= kRound, at += kRound)
-        running =
-            Share(Word(at) ^ running, 12) ^ Share(Word(at + 4), 8) ^ Share(Word(at + 8), 4) ^ Share(Word(at + 12), 0);
+        running = Share(Read32(at) ^ running, 12) ^ Share(Read32(at + 4), 8) ^ Share(Read32(at + 8), 4) ^
+                  Share(Read32(at + 12), 0);
     for (; size > 0; --size, ++at)
         running = running >> 8 ^ kTables[0][(running ^ *at) & 0xFF];
     return running;

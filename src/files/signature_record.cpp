@@ -1,5 +1,7 @@
 #include "files/signature_record.h"
 
+#include "support/little_endian.h"
+
 namespace kiv {
 namespace {
 
@@ -12,33 +14,21 @@ constexpr std::size_t kVersionAt = 8;
 constexpr std::size_t kChecksumAt = 28;
 constexpr std::size_t kChecksumEnd = kChecksumAt + 4;
 
-void Put(SignatureRecord& record, std::size_t at, std::uint32_t value) noexcept {
-    for (std::size_t i = 0; i < 4; ++i)
-        record[at + i] = static_cast<unsigned char>(value >> 8 * i & 0xFF);
-}
-
-std::uint32_t Get(const SignatureRecord& record, std::size_t at) noexcept {
-    std::uint32_t value = 0;
-    for (std::size_t i = 0; i < 4; ++i)
-        value |= static_cast<std::uint32_t>(record[at + i]) << 8 * i;
-    return value;
-}
-
 }  // namespace
 
 SignatureRecord MakeSignature(std::uint32_t checksum) noexcept {
     SignatureRecord record{};
-    Put(record, kMagicAt, kMagic);
-    Put(record, kSizeAt, kSignatureSize);
-    Put(record, kVersionAt, kVersion);
-    Put(record, kChecksumAt, checksum);
+    Write32(&record[kMagicAt], kMagic);
+    Write32(&record[kSizeAt], kSignatureSize);
+    Write32(&record[kVersionAt], kVersion);
+    Write32(&record[kChecksumAt], checksum);
     return record;
 }
 
 bool ReadSignature(const SignatureRecord& record, std::size_t size, std::uint32_t& checksum) noexcept {
-    if (size < kChecksumEnd || Get(record, kMagicAt) != kMagic || Get(record, kVersionAt) != kVersion)
+    if (size < kChecksumEnd || Read32(&record[kMagicAt]) != kMagic || Read32(&record[kVersionAt]) != kVersion)
         return false;
-    checksum = Get(record, kChecksumAt);
+    checksum = Read32(&record[kChecksumAt]);
     return true;
 }
 

@@ -4,6 +4,7 @@
 #include <type_traits>
 
 #include "support/ascii.h"
+#include "support/little_endian.h"
 
 namespace kiv {
 namespace {
@@ -24,11 +25,6 @@ constexpr std::uint32_t kFixedSignature = 0xFEEF04BD;
 constexpr std::size_t kFixedFileVersion = 8;
 constexpr std::size_t kFixedNeeded = 16;
 
-std::uint16_t WordAt(std::string_view bytes, std::size_t offset) noexcept {
-    return static_cast<std::uint16_t>(static_cast<unsigned char>(bytes[offset]) |
-                                      static_cast<unsigned char>(bytes[offset + 1]) << 8);
-}
-
 constexpr std::size_t AlignUp(std::size_t offset) noexcept {
     return (offset + 3) & ~std::size_t{3};
 }
@@ -43,7 +39,7 @@ constexpr Char ToLowerUnit(Char unit) noexcept {
 template <class Char>
 Char VersionResource<Char>::UnitAt(std::size_t offset) const noexcept {
     if constexpr (kIsWide<Char>)
-        return static_cast<Char>(WordAt(m_block, offset));
+        return static_cast<Char>(Read16(&m_block[offset]));
     else
         return m_block[offset];
 }
@@ -53,7 +49,7 @@ std::optional<typename VersionResource<Char>::Node> VersionResource<Char>::NodeA
                                                                                   std::size_t limit) const noexcept {
     if (offset >= limit || limit - offset < kKeyField<Char>)
         return std::nullopt;
-    const std::size_t length = WordAt(m_block, offset + kLengthField);
+    const std::size_t length = Read16(&m_block[offset + kLengthField]);
     if (length < kKeyField<Char>)  // 0 also ends a list of children
         return std::nullopt;
 
@@ -68,8 +64,8 @@ std::optional<typename VersionResource<Char>::Node> VersionResource<Char>::NodeA
         return std::nullopt;
     node.keyLength = (at - node.key) / sizeof(Char);
 
-    std::size_t valueSize = WordAt(m_block, offset + kValueLengthField);
-    if (kIsWide<Char> && WordAt(m_block, offset + kTypeField) != 0)
+    std::size_t valueSize = Read16(&m_block[offset + kValueLengthField]);
+    if (kIsWide<Char> && Read16(&m_block[offset + kTypeField]) != 0)
         valueSize *= sizeof(Char);
     node.value = std::min(AlignUp(at + sizeof(Char)), node.end);
     node.valueSize = std::min(valueSize, node.end - node.value);
@@ -141,17 +137,17 @@ bool IsNarrowVersionBlock(std::string_view block) noexcept {
 std::optional<FILE_VERSION> FixedFileVersion(std::string_view rootValue) noexcept {
     if (rootValue.size() < kFixedNeeded)
         return std::nullopt;
-    if ((WordAt(rootValue, 0) | static_cast<std::uint32_t>(WordAt(rootValue, 2)) << 16) != kFixedSignature)
+    if (Read32(&rootValue[0]) != kFixedSignature)
         return std::nullopt;
     // Two double words, the most significant one first; in each the low word comes first.
-    return FILE_VERSION{WordAt(rootValue, kFixedFileVersion + 2), WordAt(rootValue, kFixedFileVersion),
-                        WordAt(rootValue, kFixedFileVersion + 6), WordAt(rootValue, kFixedFileVersion + 4)};
+    return FILE_VERSION{Read16(&rootValue[kFixedFileVersion + 2]), Read16(&rootValue[kFixedFileVersion]),
+                        Read16(&rootValue[kFixedFileVersion + 6]), Read16(&rootValue[kFixedFileVersion + 4])};
 }
 
 std::optional<VersionTranslation> TranslationAt(std::string_view value, std::size_t index) noexcept {
     if (index >= value.size() / 4)
         return std::nullopt;
-    return VersionTranslation{WordAt(value, index * 4), WordAt(value, index * 4 + 2)};
+    return VersionTranslation{Read16(&value[index * 4]), Read16(&value[index * 4 + 2])};
 }
 
 }  // namespace kiv

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "support/little_endian.h"
+
 namespace kiv {
 namespace {
 
@@ -20,20 +22,6 @@ constexpr std::uint8_t kSidRevision = 1;
 struct Word {
     std::uint8_t bytes[4];
 };
-
-std::size_t ReadWord16(const std::uint8_t* bytes) noexcept {
-    return bytes[0] | static_cast<std::size_t>(bytes[1]) << 8;
-}
-
-void WriteWord16(std::uint8_t* bytes, std::size_t value) noexcept {
-    bytes[0] = static_cast<std::uint8_t>(value);
-    bytes[1] = static_cast<std::uint8_t>(value >> 8);
-}
-
-void WriteWord32(std::uint8_t* bytes, std::uint32_t value) noexcept {
-    WriteWord16(bytes, value & 0xFFFF);
-    WriteWord16(bytes + 2, value >> 16);
-}
 
 bool HasKnownRevision(const std::uint8_t* list) noexcept {
     return list[0] >= kAclRevision && list[0] <= kHighestRevision;
@@ -53,7 +41,7 @@ void ReverseWords(std::uint8_t* begin, std::uint8_t* end) noexcept {
 void ReverseEntries(std::uint8_t* begin, std::uint8_t* end) noexcept {
     ReverseWords(begin, end);
     while (end != begin) {
-        std::uint8_t* entry = end - ReadWord16(end - sizeof(Word) + kEntrySize);
+        std::uint8_t* entry = end - Read16(end - sizeof(Word) + kEntrySize);
         ReverseWords(entry, end);
         end = entry;
     }
@@ -90,16 +78,16 @@ std::size_t WriteSid(const SidParts& parts, std::uint8_t* sid) noexcept {
     const std::uint8_t header[kSidHeaderSize] = {kSidRevision, parts.count, 0, 0, 0, 0, 0, parts.authority};
     std::memcpy(sid, header, kSidHeaderSize);
     for (std::size_t i = 0; i < parts.count; ++i)
-        WriteWord32(sid + kSidHeaderSize + 4 * i, parts.subAuthorities[i]);
+        Write32(sid + kSidHeaderSize + 4 * i, parts.subAuthorities[i]);
     return kSidHeaderSize + 4 * std::size_t{parts.count};
 }
 
 std::size_t AceView::Size() const noexcept {
-    return ReadWord16(bytes + kEntrySize);
+    return Read16(bytes + kEntrySize);
 }
 
 std::uint32_t AceView::Mask() const noexcept {
-    return static_cast<std::uint32_t>(ReadWord16(bytes + kEntryMask) | ReadWord16(bytes + kEntryMask + 2) << 16);
+    return Read32(bytes + kEntryMask);
 }
 
 const std::uint8_t* AceView::Sid() const noexcept {
@@ -132,17 +120,17 @@ void WriteAce(std::uint8_t* ace, std::uint8_t type, std::uint8_t flags, std::uin
               std::size_t sidLength) noexcept {
     ace[0] = type;
     ace[1] = flags;
-    WriteWord16(ace + kEntrySize, kAceSidOffset + sidLength);
-    WriteWord32(ace + kEntryMask, mask);
+    Write16(ace + kEntrySize, kAceSidOffset + sidLength);
+    Write32(ace + kEntryMask, mask);
     std::memcpy(ace + kAceSidOffset, sid, sidLength);
 }
 
 std::size_t AclSize(const std::uint8_t* list) noexcept {
-    return ReadWord16(list + kListSize);
+    return Read16(list + kListSize);
 }
 
 std::size_t AclCount(const std::uint8_t* list) noexcept {
-    return ReadWord16(list + kListCount);
+    return Read16(list + kListCount);
 }
 
 std::size_t AclUsedSize(const std::uint8_t* list) noexcept {
@@ -155,7 +143,7 @@ std::size_t AclUsedSize(const std::uint8_t* list) noexcept {
 void WriteEmptyAcl(std::uint8_t* list, std::size_t size, std::uint8_t revision) noexcept {
     std::memset(list, 0, kAclHeaderSize);
     list[0] = revision;
-    WriteWord16(list + kListSize, size);
+    Write16(list + kListSize, size);
 }
 
 AceWalk::AceWalk(const std::uint8_t* list) noexcept : m_list(list), m_left(AclCount(list)) {}
@@ -221,12 +209,12 @@ void AddAce(std::uint8_t* list, AceView ace, const AclAddition& plan) noexcept {
     if (plan.size > AclSize(list)) {
         const std::size_t deniedEnd = plan.mixed ? GatherDenied(list) : plan.denied;
         ReverseEntries(list + kAclHeaderSize, list + deniedEnd);
-        WriteWord16(list + kListSize, plan.size);
+        Write16(list + kListSize, plan.size);
     }
     const std::size_t at = ace.IsDenied() ? kAclHeaderSize : plan.used;
     std::memmove(list + at + ace.Size(), list + at, plan.used - at);
     std::memcpy(list + at, ace.bytes, ace.Size());
-    WriteWord16(list + kListCount, AclCount(list) + 1);
+    Write16(list + kListCount, AclCount(list) + 1);
 }
 
 std::uint32_t DeleteAce(std::uint8_t* list, std::size_t index) noexcept {
@@ -242,7 +230,7 @@ std::uint32_t DeleteAce(std::uint8_t* list, std::size_t index) noexcept {
     if (at == 0 || !walk.IsComplete())
         return kAclBadArgument;
     std::memmove(list + at, list + end, walk.Used() - end);
-    WriteWord16(list + kListCount, AclCount(list) - 1);
+    Write16(list + kListCount, AclCount(list) - 1);
     return kAclDone;
 }
 
@@ -255,7 +243,7 @@ bool CopyInPreferredOrder(const std::uint8_t* list, std::uint8_t* block) noexcep
     if (!IsSoundAcl(list))
         return false;
     WriteEmptyAcl(block, AclSize(list), list[0]);
-    WriteWord16(block + kListCount, AclCount(list));
+    Write16(block + kListCount, AclCount(list));
     std::uint8_t* out = block + kAclHeaderSize;
     for (const auto& pass : kPasses) {
         AceWalk walk(list);
@@ -288,7 +276,7 @@ std::uint32_t AclBuilder::Add(AceView ace) {
 
 void AclBuilder::Write(std::uint8_t* block) const noexcept {
     WriteEmptyAcl(block, m_size, kAclRevision);
-    WriteWord16(block + kListCount, m_count);
+    Write16(block + kListCount, m_count);
     std::uint8_t* out = block + kAclHeaderSize;
     for (const Bytes* bytes : {&m_denied[m_direction], &m_denied[1 - m_direction], &m_others}) {
         std::copy(bytes->begin(), bytes->end(), out);

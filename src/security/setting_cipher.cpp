@@ -6,6 +6,8 @@
 #include <mbedtls/hkdf.h>
 #include <mbedtls/platform_util.h>
 
+#include "support/little_endian.h"
+
 namespace kiv {
 namespace {
 
@@ -83,8 +85,7 @@ private:
 std::array<char, kMark.size() + 2> ExtraData(std::size_t textLength) noexcept {
     std::array<char, kMark.size() + 2> extra{};
     std::memcpy(extra.data(), kMark.data(), kMark.size());
-    extra[kMark.size()] = static_cast<char>(textLength & 0xFF);
-    extra[kMark.size() + 1] = static_cast<char>(textLength >> 8);
+    Write16(&extra[kMark.size()], textLength);
     return extra;
 }
 
@@ -184,8 +185,7 @@ std::string SealSetting(std::string_view key, const SettingNonces& nonces, std::
         return {};
 
     WipedBytes<kMostBytes> frame;
-    frame.bytes[0] = static_cast<std::uint8_t>(clear.size() & 0xFF);
-    frame.bytes[1] = static_cast<std::uint8_t>(clear.size() >> 8);
+    Write16(frame.bytes.data(), clear.size());
     std::memcpy(frame.bytes.data() + kLengthSize, clear.data(), clear.size());
 
     const std::size_t total = BytesOfCharacters(textLength - kMark.size());
@@ -228,7 +228,7 @@ bool OpenSetting(std::string_view key, std::string_view text, ClearText& clear) 
              .Decrypt(sealed.data() + kSaltSize, {extra.data(), extra.size()}, body, frameSize, body + frameSize,
                       frame.bytes.data()))
         return false;
-    const std::size_t length = frame.bytes[0] | static_cast<std::size_t>(frame.bytes[1]) << 8;
+    const std::size_t length = Read16(frame.bytes.data());
     return length <= frameSize - kLengthSize && clear.Assign(frame.bytes.data() + kLengthSize, length);
 }
 
