@@ -1,19 +1,11 @@
 // The check of a cabinet's tables: whatever the bytes, nothing outside them is read, and what counts as sound points
 // nowhere else. The names in it are judged too: a safe one has no way up.
 
-#include <cstdint>
-#include <cstdlib>
-#include <string_view>
-
 #include "files/cab_name.h"
+#include "require.h"
 #include "support/cabinet_in_memory.h"
 
 namespace {
-
-void Require(bool condition) {
-    if (!condition)
-        std::abort();
-}
 
 bool IsLead(unsigned char byte) {
     return byte >= 0x81 && byte <= 0x9F;

@@ -10,11 +10,6 @@
 
 namespace {
 
-void Require(bool condition) {
-    if (!condition)
-        std::abort();
-}
-
 bool NoLeadByte(unsigned char) {
     return false;
 }

