@@ -1,12 +1,11 @@
 // Bytes that describe a document: the layout adds nothing but white space to its parts.
 
-#include <cstdint>
-#include <cstdlib>
+#include "files/xml_layout.h"
+
 #include <cstring>
-#include <string>
 #include <vector>
 
-#include "files/xml_layout.h"
+#include "require.h"
 
 namespace {
 
@@ -27,38 +26,6 @@ std::string WithoutBlanks(const std::string& text) {
     return rest;
 }
 
-// The document with its layout, and without any.
-class Twins {
-public:
-    void Begin(const std::string& name, unsigned attributes) {
-        const char* const pair[] = {"a", name.c_str()};
-        names.push_back(name);
-        Put({kiv::XmlItemKind::kStartTag, name, pair, attributes},
-            "<" + name + (attributes == 0 ? "" : " a=\"" + Escaped(name) + "\"") + ">");
-        m_empty = true;
-    }
-    void Put(const kiv::XmlItem& item, const std::string& form) {
-        m_position.depth = static_cast<unsigned>(names.size()) + (item.kind == kiv::XmlItemKind::kComment ? 2 : 0);
-        kiv::AppendXmlItem(written, m_position, item, NoLeadByte);
-        plain += form;
-        m_empty = false;
-    }
-    void End() {
-        const std::string name = names.back();
-        plain.resize(plain.size() - (m_empty ? 1 : 0));
-        Put({kiv::XmlItemKind::kEndTag, name}, m_empty ? "/>" : "</" + name + ">");
-        names.pop_back();
-    }
-
-    std::string written;
-    std::string plain;
-    std::vector<std::string> names;  // of the open elements
-
-private:
-    kiv::XmlPosition m_position;
-    bool m_empty = false;
-};
-
 }  // namespace
 
 // Items end with a byte that tells what they are: 1 and 2 begin an element, without and with an attribute, 3 to 5 are
@@ -66,23 +33,37 @@ private:
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string bytes(reinterpret_cast<const char*>(data), size);
     Require(Escaped(bytes).find_first_of("<>'\"") == std::string::npos);
-    Twins twins;
+    kiv::XmlPosition position;
+    std::vector<std::string> open;
+    bool isTagOpen = false;  // the next item closes it
+    const auto put = [&](const kiv::XmlItem& item, const std::string& form) {
+        std::string written;
+        position.depth = static_cast<unsigned>(open.size()) + (item.kind == kiv::XmlItemKind::kComment ? 2 : 0);
+        kiv::AppendXmlItem(written, position, item, NoLeadByte);
+        const bool closes = isTagOpen && item.kind != kiv::XmlItemKind::kEndTag;
+        Require(WithoutBlanks(written) == (closes ? ">" : "") + WithoutBlanks(form));
+        isTagOpen = item.kind == kiv::XmlItemKind::kStartTag;
+    };
     for (std::size_t start = 0, end = 0; (end = bytes.find_first_of("\1\2\3\4\5\6", start)) != std::string::npos;
          start = end + 1) {
         const std::string text = std::string(bytes, start, end - start).c_str();
+        const char* const pair[] = {"a", text.c_str()};
         if (bytes[end] <= 2)
-            twins.Begin(text, bytes[end] - 1U);
+            open.push_back(text);
+        if (bytes[end] == 1)
+            put({kiv::XmlItemKind::kStartTag, text}, "<" + text);
+        else if (bytes[end] == 2)
+            put({kiv::XmlItemKind::kStartTag, text, pair, 1}, "<" + text + " a=\"" + Escaped(text) + "\"");
         else if (bytes[end] == 3)
-            twins.Put({kiv::XmlItemKind::kData, text}, Escaped(text));
+            put({kiv::XmlItemKind::kData, text}, Escaped(text));
         else if (bytes[end] == 4)
-            twins.Put({kiv::XmlItemKind::kCData, text}, "<![CDATA[" + text + "]]>");
+            put({kiv::XmlItemKind::kCData, text}, "<![CDATA[" + text + "]]>");
         else if (bytes[end] == 5)
-            twins.Put({kiv::XmlItemKind::kComment, text}, "<!--" + text + "-->");
-        else if (!twins.names.empty())
-            twins.End();
+            put({kiv::XmlItemKind::kComment, text}, "<!--" + text + "-->");
+        else if (!open.empty()) {
+            put({kiv::XmlItemKind::kEndTag, open.back()}, isTagOpen ? "/>" : "</" + open.back() + ">");
+            open.pop_back();
+        }
     }
-    while (!twins.names.empty())
-        twins.End();
-    Require(WithoutBlanks(twins.written) == WithoutBlanks(twins.plain));
     return 0;
 }

@@ -1,6 +1,3 @@
-#include <algorithm>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include "support/check.h"
@@ -33,12 +30,3 @@ TEST_CASE("lines are read and written as their page says") {
         CHECK((Services(row[0]).Shown() == row[1] + "\n" && Services(row[0]).Written() == row[2] + "\r\n"));
     }
 }
-
-#ifdef KIV_NETBASE_SERVICES
-TEST_CASE("every entry of the host's own services file survives") {
-    std::ifstream file(KIV_NETBASE_SERVICES, std::ios::binary);
-    const std::string contents((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    CheckSurvives(contents, static_cast<long>(std::count(contents.begin(), contents.end(), '\n')));
-    CHECK(Services(contents).Shown().find("smtp 25/tcp mail\n") != std::string::npos);
-}
-#endif

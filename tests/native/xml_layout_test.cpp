@@ -28,17 +28,3 @@ TEST_CASE("every byte is written as its entity or as it is") {
     const auto lead = [](unsigned char byte) { return byte >= 0x81 && byte <= 0x9F; };
     CHECK(Escaped("\x81\xE4\xE4\x9F&&\x81", lead) == "\x81\xE4&auml;\x9F&&amp;\x81");
 }
-
-TEST_CASE("ten thousand levels are closed from the inside") {
-    kiv::XmlPosition position;
-    std::string written;
-    for (position.depth = 1; position.depth <= 10000; ++position.depth)
-        kiv::AppendXmlItem(written, position, {kiv::XmlItemKind::kStartTag, "l"}, NoLeadByte);
-    std::string expected = " />\r\n";
-    while (--position.depth > 0) {
-        written.clear();
-        kiv::AppendXmlItem(written, position, {kiv::XmlItemKind::kEndTag, "l"}, NoLeadByte);
-        REQUIRE(written == expected);
-        expected = std::string(position.depth - 1, '\t') + "</l>\r\n";
-    }
-}

@@ -15,7 +15,6 @@ namespace {
 
 using Text = std::string;
 
-constexpr int kThreads = 8;
 constexpr bool kQuiet = true;
 
 std::size_t g_threads;  // before any probe
@@ -76,21 +75,6 @@ Text AskAll(const Text&) {
     CKivInstServer::GetPath(path, 0);
     const char* const share = CKivInstServer::GetServerShare();
     return path + Text(" ") + CKivInstServer::GetServerHost() + " " + (share == nullptr ? "(null)" : share);
-}
-
-// First questions from several threads at once: one answer for all.
-Text Together(const Text&) {
-    Text answers[kThreads];
-    HANDLE threads[kThreads];
-    const auto ask = [](LPVOID answer) WINAPI -> DWORD { return *static_cast<Text*>(answer) = AskAll({}), 0; };
-    for (int i = 0; i < kThreads; ++i)
-        threads[i] = ::CreateThread(nullptr, 0, ask, &answers[i], 0, nullptr);
-    ::WaitForMultipleObjects(kThreads, threads, TRUE, INFINITE);
-    for (const Text& answer : answers) {
-        if (answer != answers[0])
-            return "different answers";
-    }
-    return answers[0];
 }
 
 Text Policy(const Text& name) {
@@ -158,7 +142,6 @@ constexpr ChildOperation kOperations[] = {
     {"choose", Choose, kQuiet},
     {"choosetwice", ChooseTwice, kQuiet},
     {"unload", Unload, kQuiet},
-    {"together", Together, kQuiet},
     {"alive", [](const Text& host) { return Answer(KivIsHostAlive(host.c_str(), 0)); }},
     {"session", [](const Text& path) { return CKivInstServer::SetSessionServerPath(path.c_str()), Text(); }, kQuiet},
     {"persist", [](const Text& on) { return CKivInstServer::SetSessionRegPersistence(on == "1"), Text(); }, kQuiet},

@@ -1,5 +1,5 @@
-// The service classes against the system's own manager, with a service that misbehaves; what that manager never does
-// comes from functions in place of its own.
+// The service classes against the system's own manager; what that manager never does comes from functions in place of
+// its own.
 
 #include <algorithm>
 #include <cstddef>
@@ -30,15 +30,14 @@ struct CNTServiceControlManagerLayout {
 
 namespace {
 
-// A service that lives as long as the object, whatever it does. Its name is no other run's: one that still runs keeps
-// its own for a while.
+// A service that lives as long as the object.
 struct TemporaryService {
     CNTServiceControlManager manager;
     CNTScmService service;
-    std::string name;
+    const std::string name = "KivTest";
     std::string path = CKivThisProcess::GetExeDir() + std::string("\\misbehaving_service.exe");
 
-    explicit TemporaryService(const std::string& title) : name(title + std::to_string(::GetCurrentProcessId())) {
+    TemporaryService() {
         REQUIRE(manager.Open(nullptr, SC_MANAGER_ALL_ACCESS));
         REQUIRE(service.Create(manager, name.c_str(), name.c_str(), SERVICE_ALL_ACCESS, SERVICE_WIN32_OWN_PROCESS,
                                SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL, path.c_str(), nullptr, nullptr, "RPCSS\0",
@@ -50,11 +49,6 @@ struct TemporaryService {
         SERVICE_STATUS status{};
         CHECK(service.QueryStatus(status));
         return status.dwCurrentState;
-    }
-    void Start(const char* behaviour) const {
-        REQUIRE(service.Start(1, &behaviour));
-        while (State() == SERVICE_START_PENDING)
-            ::Sleep(1);
     }
 };
 
@@ -87,7 +81,7 @@ void CheckFailure(std::string failure, DWORD error, const std::function<bool()>&
 TEST_CASE("a service is made, configured, listed, run, stopped and removed") {
     CHECK(LeavesNothing([] {
         const RecordingLog log;
-        TemporaryService test("KivTest");
+        TemporaryService test;
         CNTScmService& service = test.service;
         CNTScmService copy = service;
         service = *&service;
@@ -118,7 +112,9 @@ TEST_CASE("a service is made, configured, listed, run, stopped and removed") {
                                         Note<ENUM_SERVICE_STATUS_PROCESSA>));
         CHECK(std::exchange(g_listed, Lines()) == Lines{all[0], all[1]});
 
-        test.Start("stops");
+        REQUIRE(service.Start(0, nullptr));
+        while (test.State() == SERVICE_START_PENDING)
+            ::Sleep(1);
         bool accepts[3] = {};
         CHECK((service.AcceptStop(accepts[0]) && service.AcceptPauseContinue(accepts[1])));
         CHECK((service.AcceptShutdown(accepts[2]) && accepts[0] && accepts[1] && !accepts[2]));
@@ -328,19 +324,4 @@ TEST_CASE("the manager is tried five times") {
             left.push_back(message.message);
         CHECK(left == row.messages);
     }
-}
-
-TEST_CASE("a service that refuses or dies does not hold the caller") {
-    TemporaryService refuses("KivRefuses");
-    refuses.Start("refuses");
-    CheckFailure("Failed in call to ControlService in Stop", ERROR_INVALID_SERVICE_CONTROL,
-                 [&] { return refuses.service.Stop(); });
-    CHECK(refuses.service.WaitForStop(INFINITE));
-
-    TemporaryService dies("KivDies");
-    dies.Start("dies");
-    dies.service.Stop();
-    const ScriptedClock clock;
-    // Windows sees the death at once, Wine never does.
-    CHECK(dies.service.WaitForStop(1000) == (dies.State() == SERVICE_STOPPED));
 }
