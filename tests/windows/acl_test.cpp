@@ -1,12 +1,10 @@
 #include "support/windows_api.h"
 
 #include <cstddef>
-#include <cstdio>
 #include <string>
-#include <vector>
+#include <utility>
 
 #include "support/check.h"
-#include "support/recording_log.h"
 #include "support/sddl_text.h"
 #include "tavkivut/security.h"
 
@@ -20,7 +18,6 @@ struct CKivAclLayout {
 
 namespace {
 
-using kiv::test::RecordingLog;
 using kiv::test::SddlOf;
 using kiv::test::SystemDescriptor;
 
@@ -138,39 +135,4 @@ TEST_CASE("an entry is made, copied and compared") {
     CHECK((CKivAce(objectAce) == objectAce && CKivAce(objectAce).GetSid() == nullptr));
     objectAce[0] = 0;  // now a SID should follow
     CHECK((CKivAce(objectAce).GetAce() == nullptr && ::GetLastError() == ERROR_INVALID_PARAMETER));
-}
-
-TEST_CASE("a dump names every right of every entry") {
-    CKivAcl acl = Parse("{0-0-0x920f8001-[S-1-5-18]}-{0-0-0x60f00000-[S-1-5-21-9-9-9-9]}");
-    char address[20];
-    std::snprintf(address, sizeof address, "%x", static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(acl.GetAcl())));
-    const std::string rule(79, '=');
-    std::vector<std::string> expected = {"3  \n" + rule,
-                                         "3  Key access-control list at 0x" + std::string(address) + " (2 entries)\n"};
-    const std::pair<const char*, int> named[] = {{"DELETE:            ", 16}, {"READ_CONTROL:      ", 17},
-                                                 {"WRITE_DAC:         ", 18}, {"WRITE_OWNER:       ", 19},
-                                                 {"SYNCHRONIZE:       ", 20}, {"MAXIMUM_ALLOWED:   ", 25},
-                                                 {"GENERIC_ALL:       ", 28}, {"GENERIC_EXECUTE:   ", 29},
-                                                 {"GENERIC_WRITE:     ", 30}, {"GENERIC_READ:      ", 31}};
-    const auto expect = [&](const char* heading, std::uint32_t mask) {
-        const auto answer = [mask](int bit) { return (mask >> bit & 1) != 0 ? "yes" : "no"; };
-        expected.emplace_back(heading);
-        for (int bit = 0; bit < 16; ++bit)
-            expected.push_back("3    Specific right " + std::string(bit < 10 ? "0" : "") + std::to_string(bit) + ": " +
-                               answer(bit));
-        for (const auto& right : named)
-            expected.push_back("3    " + std::string(right.first) + answer(right.second));
-    };
-    expect("3  Entry 00: NT AUTHORITY\\SYSTEM (S-1-5-18)", 0x920F8001);
-    expect("3  Entry 01: \\ (S-1-5-21-9-9-9-9)", 0x60F00000);
-    const std::string emptyHeading = "3  Access-control list at 0x0 (-1 entries)\n";
-    for (const std::string& line : {"3  " + rule + "\n", "3  \n" + rule, emptyHeading, "3  " + rule + "\n"})
-        expected.push_back(line);
-
-    const RecordingLog log;
-    ::SetLastError(1234);
-    acl.DumpToLog("Key");
-    CKivAce().DumpToLog(0);
-    CKivAcl().DumpToLog(nullptr);
-    CHECK((::GetLastError() == 1234 && log.Lines() == expected));
 }

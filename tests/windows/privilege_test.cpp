@@ -87,7 +87,7 @@ TEST_CASE("a copy turns the privilege off too, with a name of its own") {
         copy = itself;
         CHECK(CKivPrivilege(copy).Granted() == 1);
     }
-    const Lines lines = log.Lines();
-    REQUIRE(lines.size() == 6);
-    CHECK(Lines(lines.begin() + 2, lines.end()) == Lines{kEnabling, kDisabling, kDisabling, kDisabling});
+    Lines lines = log.Lines();
+    lines.erase(lines.begin(), lines.begin() + 2);
+    CHECK(lines == Lines{kEnabling, kDisabling, kDisabling, kDisabling});
 }

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -43,38 +42,6 @@ std::string UserText(HANDLE token) {
     const std::string copy = text;
     ::LocalFree(text);
     return copy;
-}
-
-// "DOMAIN\name (text)", as dumps show a SID.
-std::string Shown(CKivSid sid) {
-    return sid.GetDomain() + ("\\" + std::string(sid.GetName())) + " (" + static_cast<const char*>(sid) + ")";
-}
-
-std::string Numbered(const char* text, std::size_t number) {
-    return text + std::string(number < 10 ? "0" : "") + std::to_string(number) + ": ";
-}
-
-// The dump of a token by what else the library tells of it, and by the order of the privileges in the dump itself.
-void CheckDump(const Lines& lines, CKivToken& token, const std::string& heading, const std::string& kind) {
-    const std::string rule(79, '=');
-    const auto groups = static_cast<std::size_t>(token.GetGroupCount());
-    std::ostringstream address;
-    address << std::hex << reinterpret_cast<std::uintptr_t>(static_cast<void*>(token));
-    Lines expected = {"3  \n" + rule,
-                      "3  " + heading + " at 0x" + address.str() + " (" + std::to_string(groups) + " group entries, " +
-                          kind + ")\n",
-                      "3  Token owner:    " + Shown(token.GetOwner())};
-    for (std::size_t i = 0; i < groups; ++i)
-        expected.push_back(Numbered("3  Group entry ", i) + Shown(token.GetGroupAt(static_cast<int>(i))));
-    for (std::size_t i = 0; expected.size() + 1 < lines.size(); ++i) {
-        const std::string& line = lines[expected.size()];
-        const std::string name = line.substr(line.rfind(": ") + 4, line.rfind(" is ") - line.rfind(": ") - 4);
-        const bool on = token.IsPrivilegeEnabled(name.c_str()) != 0;
-        expected.push_back(Numbered("3  Privilege ", i) + "  " + name + (on ? " is enabled" : " is disabled"));
-    }
-    expected.push_back("3  \n" + rule + "\n");
-    CHECK(lines == expected);
-    CHECK(lines.size() > groups + 5);
 }
 
 bool IsOpen(HANDLE handle) {
@@ -158,25 +125,6 @@ TEST_CASE("copies share the handle, the last one closes it") {
     first = CKivToken();
     third = CKivToken();
     CHECK_FALSE(IsOpen(handle));
-}
-
-TEST_CASE("a dump shows what the system tells") {
-    ProcessToken token;
-    RecordingLog log;
-    token.DumpToLog(nullptr);
-    CheckDump(log.Lines(), token, "Access token", "primary");
-    REQUIRE(::ImpersonateSelf(SecurityIdentification));
-    REQUIRE(token.OpenThreadToken(kCurrent, TOKEN_QUERY) == 1);
-    log.Clear();
-    token.DumpToLog("Service");
-    CheckDump(log.Lines(), token, "Service access token", "impersonation");
-    ::RevertToSelf();
-    token.Close();
-    log.Clear();
-    token.DumpToLog("");
-    const std::string rule(79, '=');
-    CHECK(log.Lines() == Lines{"3  \n" + rule, "3   access token at 0x0 (-1 group entries, primary)\n",
-                               "3  Token owner:    \\ ()", "3  \n" + rule + "\n"});
 }
 
 TEST_CASE("the text of a token's user needs room") {
