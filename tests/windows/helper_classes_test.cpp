@@ -25,31 +25,6 @@ DWORD WINAPI ConnectionOfX(LPCSTR drive, LPSTR name, LPDWORD size) {
     return NO_ERROR;
 }
 
-DWORD WINAPI NoUniversalName(LPCSTR, DWORD, LPVOID, LPDWORD) {
-    return ERROR_NOT_CONNECTED;
-}
-
-DWORD WINAPI UniversalNameOfAny(LPCSTR path, DWORD level, LPVOID buffer, LPDWORD size) {
-    REQUIRE(level == UNIVERSAL_NAME_INFO_LEVEL);
-    auto* info = static_cast<UNIVERSAL_NAME_INFOA*>(buffer);
-    info->lpUniversalName = reinterpret_cast<LPSTR>(info + 1);
-    const std::string name = std::string("\\\\whole\\path") + (path + 2);
-    REQUIRE(*size >= sizeof *info + name.size() + 1);
-    std::strcpy(info->lpUniversalName, name.c_str());
-    return NO_ERROR;
-}
-
-struct UniversalName {
-    explicit UniversalName(const char* path, unsigned long size = sizeof text) {
-        ::SetLastError(NO_ERROR);
-        length = CKivPath::NetGetUniversalName(path, text, size);
-        error = ::GetLastError();
-    }
-    char text[MAX_PATH] = "untouched";
-    unsigned long length;
-    DWORD error;
-};
-
 }  // namespace
 
 TEST_CASE("paths are equal in any spelling") {
@@ -75,27 +50,40 @@ TEST_CASE("paths are equal in any spelling") {
 }
 
 TEST_CASE("a path on a mapped drive has a network name; where there is none the buffer is left alone") {
-    {
-        const kiv::test::SwappedApi<kiv::UniversalNameApi> api({UniversalNameOfAny, nullptr});
-        CHECK(std::string(UniversalName("X:\\a\\b").text) == "\\\\whole\\path\\a\\b");
-    }
+    kiv::test::SwappedApi<kiv::UniversalNameApi> api;
+    const auto nameOf = [](const char* path, unsigned long size = MAX_PATH) {
+        char text[MAX_PATH] = "untouched";
+        ::SetLastError(NO_ERROR);
+        const unsigned long length = CKivPath::NetGetUniversalName(path, text, size);
+        CHECK(length == (::GetLastError() == NO_ERROR ? std::strlen(text) : 0));
+        return length != 0 ? text : text + std::to_string(::GetLastError());
+    };
+    api->getConnection = ConnectionOfX;
+    api->getUniversalName = [](LPCSTR path, DWORD, LPVOID buffer, LPDWORD) WINAPI -> DWORD {
+        auto* info = static_cast<UNIVERSAL_NAME_INFOA*>(buffer);
+        info->lpUniversalName = reinterpret_cast<LPSTR>(info + 1);
+        std::strcpy(info->lpUniversalName, path + 2);
+        return NO_ERROR;
+    };
+    CHECK(nameOf("X:\\\\whole\\path") == "\\\\whole\\path");
     // By the drive's connection where the call for whole paths fails, or is not there.
-    for (const auto whole : {static_cast<decltype(&::WNetGetUniversalNameA)>(nullptr), &NoUniversalName}) {
-        const kiv::test::SwappedApi<kiv::UniversalNameApi> api({whole, ConnectionOfX});
-        CHECK(std::string(UniversalName("X:\\a\\b").text) == "\\\\host\\share\\a\\b");
-        CHECK((UniversalName("X:", 12).error == ERROR_MORE_DATA && UniversalName("X:", 13).length == 12));
-        CHECK(UniversalName(("X:\\" + std::string(250, 'x')).c_str()).length == 0);
-        char path[MAX_PATH] = "X:\\a";
-        CHECK(CKivPath::NetGetUniversalName(path, path, sizeof path) == 14);
-        CHECK(std::string(path) == "\\\\host\\share\\a");
-    }
-    const UniversalName local("C:\\windows");
-    CHECK((local.length == 0 && local.error == ERROR_NOT_CONNECTED && local.text == std::string("untouched")));
-    for (const char* path : {"\\\\host\\share", "X:a", ""})
-        CHECK(UniversalName(path).error == ERROR_BAD_DEVICE);
-    CHECK(UniversalName(nullptr).error == ERROR_INVALID_PARAMETER);
-    const kiv::test::SwappedApi<kiv::UniversalNameApi> api({nullptr, nullptr});
-    CHECK(UniversalName("X:\\a").error == ERROR_PROC_NOT_FOUND);
+    api->getUniversalName = [](LPCSTR, DWORD, LPVOID, LPDWORD) WINAPI -> DWORD { return ERROR_GEN_FAILURE; };
+    CHECK(nameOf("X:\\a\\b") == "\\\\host\\share\\a\\b");
+    api->getUniversalName = nullptr;
+    const std::string tooLong = "X:\\" + std::string(250, 'x');
+    const std::pair<const char*, const char*> rows[] = {{"X:\\a\\b", "\\\\host\\share\\a\\b"},
+                                                        {tooLong.c_str(), "untouched234"},
+                                                        {"C:\\windows", "untouched2250"},
+                                                        {"\\\\host\\share", "untouched1200"},
+                                                        {"X:a", "untouched1200"},
+                                                        {"", "untouched1200"},
+                                                        {nullptr, "untouched87"}};
+    kiv::test::CheckRows(rows, nameOf);
+    CHECK((nameOf("X:", 12) == "untouched234" && nameOf("X:", 13) == "\\\\host\\share"));
+    char path[MAX_PATH] = "X:\\a";
+    CHECK((CKivPath::NetGetUniversalName(path, path, sizeof path) == 14 && path[13] == 'a'));
+    api->getConnection = nullptr;
+    CHECK(nameOf("X:\\a") == "untouched127");
 }
 
 TEST_CASE("a folder is made with all that is missing above it, or leaves the error of what is in the way") {

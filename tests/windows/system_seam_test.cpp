@@ -8,6 +8,7 @@
 #include "support/forced_os_family.h"
 #include "support/redirected_key.h"
 #include "support/registry_data.h"
+#include "support/scoped_resource.h"
 #include "support/swapped_api.h"
 #include "support/temp_directory.h"
 #include "system/system_api.h"
@@ -30,12 +31,7 @@ constexpr long kFail = static_cast<long>(0x80004005UL);
 
 // What the stand-ins below answer, and what they were asked.
 OSVERSIONINFOA g_version;
-DWORD g_versionWord;
-BOOL g_suiteAnswer;
 UINT g_folderLength;
-UINT g_driveType;
-Text g_askedDrives;
-NET_API_STATUS g_workstationStatus;
 
 BOOL WINAPI GivenVersion(LPOSVERSIONINFOA version) {
     if (version->dwOSVersionInfoSize != sizeof *version || g_version.dwOSVersionInfoSize == 0)
@@ -44,42 +40,10 @@ BOOL WINAPI GivenVersion(LPOSVERSIONINFOA version) {
     return TRUE;
 }
 
-BOOL WINAPI GivenSuiteAnswer(LPOSVERSIONINFOEXA wanted, DWORD type, DWORDLONG mask) {
-    const bool asAgreed = wanted->dwOSVersionInfoSize == sizeof *wanted && wanted->wSuiteMask == 0x10 &&
-                          type == VER_SUITENAME && mask == 0x1000;
-    return asAgreed ? g_suiteAnswer : -1;
-}
-
 UINT WINAPI GivenFolder(LPSTR buffer, UINT size) {
     if (g_folderLength != 0 && g_folderLength < size)
         std::strcpy(buffer, Text(g_folderLength, 'x').c_str());
     return g_folderLength;
-}
-
-UINT WINAPI GivenDriveType(LPCSTR root) {
-    g_askedDrives += root;
-    return g_driveType;
-}
-
-BOOL WINAPI NtProfile(HANDLE, LPSTR buffer, LPDWORD size) {
-    const bool fits = *size >= sizeof "C:\\NT\\user";
-    if (fits)
-        std::strcpy(buffer, "C:\\NT\\user");
-    *size = 1000;  // the room it would like
-    return fits;
-}
-
-BOOL WINAPI ShellProfile(HWND, LPSTR buffer, int folder, BOOL create) {
-    std::strcpy(buffer, "C:\\ME\\user");
-    return folder == 40 && create;
-}
-
-NET_API_STATUS WINAPI GivenWorkstationUser(LMSTR, DWORD level, LPBYTE* data) {
-    static wchar_t user[] = L"user";
-    static wchar_t domain[] = L"DOMAIN";
-    static WKSTA_USER_INFO_1 info{user, domain, nullptr, nullptr};
-    *data = level == 1 ? reinterpret_cast<BYTE*>(&info) : nullptr;
-    return g_workstationStatus;
 }
 
 Text TempDirFor(const Text& temp, const Text& tmp, DWORD type = REG_SZ) {
@@ -95,15 +59,6 @@ Text ProgramFilesFor(const Text& data, DWORD type = REG_SZ) {
     const RedirectedKey machine(HKEY_LOCAL_MACHINE);
     SetData(machine.Handle(), "ProgramFilesDir", type, data, "Software\\Microsoft\\Windows\\CurrentVersion");
     return CKivSystem::GetProgramFilesDir();
-}
-
-// What GetUserProfileDir gives with that much room; 'x' marks what it must not write.
-Text ProfileFor(unsigned long room) {
-    Text buffer(64, 'x');
-    unsigned long size = room;
-    CHECK(CKivSystem::GetUserProfileDir(nullptr, buffer.data(), &size) == kOk);
-    CHECK(buffer.substr(room) == Text(64 - room, 'x'));
-    return buffer.c_str();
 }
 
 }  // namespace
@@ -131,8 +86,7 @@ TEST_CASE("folders that the system does not tell are asked again") {
     for (const UINT length : {0, MAX_PATH}) {
         g_folderLength = length;
         CHECK((CKivSystem::GetSysDir() == nullptr && CKivSystem::GetWinDir() == nullptr));
-        CHECK((Text(CKivSystem::GetSys16Dir()).empty() && Text(CKivSystem::GetFontsDir()).empty()));
-        CHECK((CKivSystem::CheckIE(IE_600) == kFail && Text(CKivSystem::GetIeVersionString()).empty()));
+        CHECK((Text(CKivSystem::GetSys16Dir()).empty() && CKivSystem::CheckIE(IE_600) == kFail));
     }
     g_folderLength = MAX_PATH - 6;
     CHECK((std::strlen(CKivSystem::GetWinDir()) == MAX_PATH - 6 && Text(CKivSystem::GetSys16Dir()).empty()));
@@ -158,29 +112,28 @@ TEST_CASE("folders in the registry are taken when they are texts that fit") {
 }
 
 TEST_CASE("a drive is asked once and kept by its letter") {
+    static UINT type;
+    static Text asked;
     const FreshSystemCaches caches;
     SwappedApi<kiv::FolderApi> api;
-    api->getDriveType = GivenDriveType;
-    struct Row {
+    api->getDriveType = [](LPCSTR root) WINAPI -> UINT { return asked += root, type; };
+    const struct {
         UINT type;
         long first, then;
-        const char* asked;
-    };
-    const Row rows[] = {{DRIVE_UNKNOWN, kFail, kOk, "A:\\"},
-                        {DRIVE_NO_ROOT_DIR, kFail, kFail, "B:\\B:"},
-                        {DRIVE_FIXED, kFalse, kFalse, "D:\\"},
-                        {DRIVE_REMOTE, kOk, kOk, "d:\\"}};
-    for (const Row& row : rows) {
-        CAPTURE(row.asked);
-        g_driveType = row.type;
-        g_askedDrives.clear();
-        const Text letter(row.asked, 1);
-        CHECK(CKivSystem::IsNetworkDrive((letter + ":\\folder").c_str()) == row.first);
-        CHECK((CKivSystem::IsNetworkDrive((letter + ":").c_str()) == row.then && g_askedDrives == row.asked));
+        Text asked;
+    } rows[] = {{DRIVE_UNKNOWN, kFail, kOk, "A:\\"},
+                {DRIVE_NO_ROOT_DIR, kFail, kFail, "B:\\B:"},
+                {DRIVE_FIXED, kFalse, kFalse, "D:\\"},
+                {DRIVE_REMOTE, kOk, kOk, "d:\\"}};
+    for (const auto& row : rows) {
+        type = row.type;
+        asked.clear();
+        CHECK(CKivSystem::IsNetworkDrive((row.asked.substr(0, 2) + "\\folder").c_str()) == row.first);
+        CHECK(CKivSystem::IsNetworkDrive(row.asked.substr(0, 2).c_str()) == row.then);
+        CHECK(asked == row.asked);
     }
-    g_askedDrives.clear();
     CHECK((CKivSystem::IsNetworkDrive("\\\\server\\share") == kOk && CKivSystem::IsNetworkDrive("") == kFail));
-    CHECK((CKivSystem::IsNetworkDrive(nullptr) == kFail && g_askedDrives.empty()));
+    CHECK((CKivSystem::IsNetworkDrive(nullptr) == kFail && asked == "d:\\"));
 }
 
 TEST_CASE("the browser is told by the module in the system folder; a unique name that does not fit leaves no file") {
@@ -206,35 +159,30 @@ TEST_CASE("the browser is told by the module in the system folder; a unique name
 }
 
 TEST_CASE("terminal services are told by suite, product or not at all") {
+    static DWORD version;
+    static BOOL suite;
     SwappedApi<kiv::VersionApi> versions;
     SwappedApi<kiv::SuiteApi> api;
-    versions->getVersion = []() WINAPI { return g_versionWord; };
-    api->setConditionMask = [](ULONGLONG mask, DWORD type, BYTE condition) WINAPI -> ULONGLONG {
-        return mask == 0 && type == VER_SUITENAME && condition == VER_AND ? 0x1000 : 0;
-    };
-    api->verifyVersionInfo = GivenSuiteAnswer;
-    const auto answer = [](DWORD word, BOOL suite) {
+    versions->getVersion = []() WINAPI { return version; };
+    api->verifyVersionInfo = [](LPOSVERSIONINFOEXA, DWORD, DWORDLONG) WINAPI { return suite; };
+    const auto answer = [](DWORD word, BOOL suiteAnswer) {
         const FreshSystemCaches caches;
-        g_versionWord = word;
-        g_suiteAnswer = suite;
+        version = word;
+        suite = suiteAnswer;
         const int first = KivIsTerminalServer();
-        g_suiteAnswer = !suite;
-        CHECK(KivIsTerminalServer() == first);  // kept
-        CHECK(CKivSystem::IsTerminalServer() == (first ? kOk : kFalse));
+        suite = !suite;
+        CHECK(CKivSystem::IsTerminalServer() == (first ? kOk : kFalse));  // kept
         return first;
     };
     constexpr DWORD k9x = 0xC3B60004;
     constexpr DWORD kNt4 = 0x05650004;
     constexpr DWORD k2000 = 0x08930005;
-    CHECK((answer(k2000, TRUE) == TRUE && answer(k2000, FALSE) == 0 && answer(k9x, TRUE) == 0));
     const RedirectedKey machine(HKEY_LOCAL_MACHINE);
-    const auto suiteIs = [&](DWORD type, const Text& data) {
-        SetData(machine.Handle(), "ProductSuite", type, data, "System\\CurrentControlSet\\Control\\ProductOptions");
-    };
-    CHECK(answer(kNt4, TRUE) == 0);  // no value
-    suiteIs(REG_MULTI_SZ, Text(2000, 'x') + '\0' + "Terminal Server" + '\0');
-    CHECK((answer(kNt4, FALSE) == 1 && answer(k9x, TRUE) == 0));
-    suiteIs(REG_SZ, "Terminal Server");
+    const char* const key = "System\\CurrentControlSet\\Control\\ProductOptions";
+    SetData(machine.Handle(), "ProductSuite", REG_MULTI_SZ, Text(2000, 'x') + '\0' + "Terminal Server" + '\0', key);
+    CHECK(
+        (answer(k2000, TRUE) == 1 && answer(k2000, FALSE) == 0 && answer(kNt4, FALSE) == 1 && answer(k9x, TRUE) == 0));
+    SetData(machine.Handle(), "ProductSuite", REG_SZ, "Terminal Server", key);
     CHECK(answer(kNt4, TRUE) == 0);
     api->verifyVersionInfo = nullptr;
     SwappedApi<kiv::SessionApi> sessions;
@@ -247,43 +195,60 @@ TEST_CASE("the profile folder falls back step by step, never beyond the room") {
     kiv::Caches().windowsFolder.Keep("D:\\WINNT");
     SwappedApi<kiv::ProfileApi> profile;
     SwappedApi<kiv::ShellApi> shell;
-    SwappedApi<kiv::VersionApi> version;
-    version->getVersionEx = GivenVersion;
-    shell->getFolderPath = ShellProfile;
-    profile->getProfileDirectory = NtProfile;
+    SwappedApi<kiv::VersionApi> versions;
+    versions->getVersionEx = GivenVersion;
+    shell->getFolderPath = [](HWND, LPSTR buffer, int folder, BOOL create) WINAPI -> BOOL {
+        std::strcpy(buffer, "C:\\ME\\user");
+        return folder == 40 && create;
+    };
+    profile->getProfileDirectory = [](HANDLE, LPSTR buffer, LPDWORD size) WINAPI -> BOOL {
+        const bool fits = *size >= sizeof "C:\\NT\\user";
+        std::strcpy(buffer, fits ? "C:\\NT\\user" : "");
+        *size = 1000;  // the room it would like
+        return fits;
+    };
+    const auto found = [](OsFamily family, unsigned long room) {
+        const ForcedOsFamily forced(family);
+        Text buffer(64, 'x');
+        unsigned long size = room;
+        CHECK(CKivSystem::GetUserProfileDir(nullptr, buffer.data(), &size) == kOk);
+        CHECK(buffer.substr(room) == Text(64 - room, 'x'));
+        return Text(buffer.c_str());
+    };
     ::SetEnvironmentVariableA("UserProfile", "C:\\V");
-    unsigned long size = 0;
-    {
-        const ForcedOsFamily family(OsFamily::kNt);
-        CHECK((ProfileFor(11) == "C:\\NT\\user" && ProfileFor(10) == "C:\\V"));
-        CHECK((ProfileFor(5) == "C:\\V" && ProfileFor(4) == "D:"));
-        profile->getProfileDirectory = nullptr;
-        CHECK((ProfileFor(64) == "C:\\V" && KivGetUserProfileDirectory(nullptr, nullptr, &size) == 0));
-        CHECK(::GetLastError() == ERROR_PROC_NOT_FOUND);
-    }
+    CHECK((found(OsFamily::kNt, 11) == "C:\\NT\\user" && found(OsFamily::kNt, 10) == "C:\\V"));
+    CHECK((found(OsFamily::kNt, 5) == "C:\\V" && found(OsFamily::kNt, 4) == "D:"));
+    profile->getProfileDirectory = nullptr;
+    CHECK(found(OsFamily::kNt, 64) == "C:\\V");
     ::SetEnvironmentVariableA("UserProfile", nullptr);
-    const ForcedOsFamily family(OsFamily::k9x);
     g_version = {sizeof g_version, 4, 10, 2222, VER_PLATFORM_WIN32_WINDOWS, ""};
-    CHECK((ProfileFor(64) == "D:" && ProfileFor(3) == "D:" && ProfileFor(2) == "D" && ProfileFor(1).empty()));
+    CHECK((found(OsFamily::k9x, 64) == "D:" && found(OsFamily::k9x, 2) == "D" && found(OsFamily::k9x, 1).empty()));
     g_version.dwMinorVersion = 90;
-    CHECK((ProfileFor(11) == "C:\\ME\\user" && ProfileFor(10) == "D:"));
+    CHECK((found(OsFamily::k9x, 11) == "C:\\ME\\user" && found(OsFamily::k9x, 10) == "D:"));
+    unsigned long size = 0;
     char buffer[4];
     CHECK(CKivSystem::GetUserProfileDir(nullptr, buffer, &size) == kFail);
-    CHECK(CKivSystem::GetUserProfileDir(nullptr, nullptr, &(size = 4)) == kFail);
 }
 
 TEST_CASE("the user's name with the domain is that of the workstation service") {
-    static int freedBuffers;
+    static int unfreed;
+    static NET_API_STATUS status;
     SwappedApi<kiv::WorkstationApi> api;
-    api->getUser = GivenWorkstationUser;
-    api->freeBuffer = [](LPVOID) WINAPI { return static_cast<NET_API_STATUS>(++freedBuffers); };
+    api->getUser = [](LMSTR, DWORD level, LPBYTE* data) WINAPI -> NET_API_STATUS {
+        static wchar_t user[] = L"user";
+        static wchar_t domain[] = L"DOMAIN";
+        static WKSTA_USER_INFO_1 info{user, domain, nullptr, nullptr};
+        unfreed += status == 0;
+        *data = level == 1 ? reinterpret_cast<BYTE*>(&info) : nullptr;
+        return status;
+    };
+    api->freeBuffer = [](LPVOID) WINAPI { return static_cast<NET_API_STATUS>(--unfreed); };
     unsigned short buffer[300] = {};
     const ForcedOsFamily family(OsFamily::kNt);
     CHECK(CKivSystem::GetUserNameA(buffer, 0, true) == kOk);  // the size is not looked at
-    CHECK((std::wstring(reinterpret_cast<const wchar_t*>(buffer)) == L"DOMAIN\\user" && freedBuffers == 1));
-    g_workstationStatus = ERROR_NO_SUCH_LOGON_SESSION;
+    CHECK((std::wstring(reinterpret_cast<const wchar_t*>(buffer)) == L"DOMAIN\\user" && unfreed == 0));
+    status = ERROR_NO_SUCH_LOGON_SESSION;
     CHECK(CKivSystem::GetUserNameA(buffer, 300, true) == static_cast<long>(0x80070520UL));
-    CHECK(::GetLastError() == ERROR_NO_SUCH_LOGON_SESSION);
     api->getUser = nullptr;
     CHECK(CKivSystem::GetUserNameA(buffer, 300, true) == static_cast<long>(0x8007007FUL));
 }
@@ -293,8 +258,7 @@ TEST_CASE("threads that ask first at the same time get one and the same whole te
     const auto ask = [](LPVOID found) WINAPI -> DWORD {  // each text and where it stands
         for (--waiting; waiting > 0;)
             ::Sleep(0);
-        for (const auto getter : {CKivSystem::GetSysDir, CKivSystem::GetSys16Dir, CKivSystem::GetTempDir,
-                                  CKivSystem::GetOsVersionString, CKivSystem::GetFontsDir}) {
+        for (const auto getter : {CKivSystem::GetSys16Dir, CKivSystem::GetTempDir, CKivSystem::GetOsVersionString}) {
             const char* text = getter();
             *static_cast<Text*>(found) += text + std::to_string(reinterpret_cast<ULONG_PTR>(text)) + " ";
         }
@@ -302,16 +266,14 @@ TEST_CASE("threads that ask first at the same time get one and the same whole te
     };
     for (int round = 0; round < 10; ++round) {
         const FreshSystemCaches caches;
-        Text found[5];
-        HANDLE threads[4];
+        Text found[4];
+        kiv::ScopedKernelObject threads[4];
         waiting = 4;
         for (int i = 0; i < 4; ++i)
-            threads[i] = ::CreateThread(nullptr, 0, ask, &found[i], 0, nullptr);
-        REQUIRE(::WaitForMultipleObjects(4, threads, TRUE, 60000) == WAIT_OBJECT_0);
-        for (const HANDLE thread : threads)
-            ::CloseHandle(thread);
-        ask(&found[4]);
-        for (const Text& text : found)
-            CHECK(text == found[4]);
+            threads[i].Reset(::CreateThread(nullptr, 0, ask, &found[i], 0, nullptr));
+        for (int i = 0; i < 4; ++i) {
+            REQUIRE(::WaitForSingleObject(threads[i].Get(), 60000) == WAIT_OBJECT_0);
+            CHECK(found[i] == found[0]);
+        }
     }
 }
