@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <string>
 
-#include "support/scoped_resource.h"
 #include "tavkivut/config.h"
 #include "tavkivut/inst_server.h"
 #include "windows/child_program.h"
@@ -33,15 +32,6 @@ std::string Update(const std::string& argument) {
                : "false";
 }
 
-// Tells that it is there and waits for the others.
-std::string Gate(const std::string& name) {
-    const kiv::ScopedKernelObject ready(::OpenSemaphoreA(SEMAPHORE_ALL_ACCESS, FALSE, (name + "-ready").c_str()));
-    const kiv::ScopedKernelObject start(::OpenEventA(SYNCHRONIZE, FALSE, (name + "-start").c_str()));
-    ::ReleaseSemaphore(ready.Get(), 1, nullptr);
-    ::WaitForSingleObject(start.Get(), 60000);
-    return {};
-}
-
 // Ends the process with code 4 when a setting is missing: "last" of so many sections.
 std::string Complete(const std::string& sections) {
     CKivConfigMgr config;
@@ -54,7 +44,7 @@ std::string Complete(const std::string& sections) {
 }
 
 constexpr ChildOperation kOperations[] = {
-    {"server", Server}, {"init", Init}, {"update", Update}, {"gate", Gate}, {"complete", Complete}};
+    {"server", Server}, {"init", Init}, {"update", Update}, {"complete", Complete}};
 
 }  // namespace
 

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <map>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -9,6 +10,7 @@
 #include "support/real_log.h"
 #include "support/redirected_key.h"
 #include "support/registry_data.h"
+#include "support/run_program.h"
 #include "support/scoped_resource.h"
 #include "support/temp_directory.h"
 #include "support/text_convert.h"
@@ -27,21 +29,20 @@ struct Line {
 
 // The lines of log files; fails the test when one is not whole.
 std::vector<Line> LinesOf(const std::vector<std::string>& paths) {
+    std::string texts;
+    for (const std::string& path : paths)
+        texts += ReadFileBytes(path);
     std::vector<Line> lines;
-    for (const std::string& path : paths) {
-        std::istringstream file(ReadFileBytes(path));
-        for (std::string text; std::getline(file, text);) {
-            Line line = {};
-            int at = 0;
-            char end = 0;
-            const int fields = std::sscanf(text.c_str(), "%*4d-%*2d-%*2d %*2d:%*2d:%*2d.%*3d %lu %lu %n%c",
-                                           &line.process, &line.thread, &at, &end);
-            CAPTURE(text);
-            REQUIRE(fields == 3);
-            REQUIRE(text.back() == '\r');
-            line.shown.assign(text, static_cast<std::size_t>(at), text.size() - 1 - static_cast<std::size_t>(at));
-            lines.push_back(line);
-        }
+    std::istringstream file(texts);
+    for (std::string text; std::getline(file, text);) {
+        Line line = {};
+        int at = 0;
+        const int fields = std::sscanf(text.c_str(), "%*4d-%*2d-%*2d %*2d:%*2d:%*2d.%*3d %lu %lu %n", &line.process,
+                                       &line.thread, &at);
+        CAPTURE(text);
+        REQUIRE((fields == 2 && at != 0 && text.back() == '\r'));
+        line.shown = text.substr(static_cast<std::size_t>(at), text.size() - 1 - static_cast<std::size_t>(at));
+        lines.push_back(line);
     }
     return lines;
 }
@@ -73,23 +74,11 @@ void CheckNothingIsMissing(const std::vector<Line>& lines, int last) {
 
 // Processes that log, with this program's environment; waits for the end of all.
 void RunWriters(const std::vector<std::string>& arguments) {
-    std::vector<kiv::ScopedKernelObject> writers;
-    for (const std::string& given : arguments) {
-        std::string command = "real_log\\log_writer.exe " + given;
-        STARTUPINFOA startup = {};
-        startup.cb = sizeof startup;
-        PROCESS_INFORMATION process;
-        REQUIRE(::CreateProcessA(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                                 &process));
-        ::CloseHandle(process.hThread);
-        writers.emplace_back(process.hProcess);
-    }
-    for (const auto& writer : writers) {
-        REQUIRE(::WaitForSingleObject(writer.Get(), 60000) == WAIT_OBJECT_0);
-        DWORD code = 1;
-        ::GetExitCodeProcess(writer.Get(), &code);
-        CHECK(code == 0);
-    }
+    std::vector<std::unique_ptr<kiv::test::StartedProgram>> writers;
+    for (const std::string& given : arguments)
+        writers.push_back(std::make_unique<kiv::test::StartedProgram>("real_log\\log_writer.exe " + given));
+    for (const auto& writer : writers)
+        CHECK(writer->Finish().exitCode == 0);
 }
 
 }  // namespace
@@ -192,7 +181,7 @@ TEST_CASE("lines that cannot be written are counted, do no harm and cost their c
 
 TEST_CASE("each thread has its own environment; unloading gives back every TLS slot") {
     constexpr int kLines = 50;
-    static const char* const names[] = {"one", "two", "three", "four"};
+    char names[][4] = {"one", "two", "tri", "qua"};
     const TempDirectory folder;
     const std::string path = folder / "a.log";
     static const RealLog* log;
@@ -205,19 +194,17 @@ TEST_CASE("each thread has its own environment; unloading gives back every TLS s
     {
         const RealLog loaded(path.c_str());
         log = &loaded;
-        const auto run = [](LPVOID argument) WINAPI -> DWORD {
-            const char* const name = *static_cast<const char* const*>(argument);
-            log->setEnv(::GetCurrentThreadId(), name, 1, ' ');
+        const auto run = [](LPVOID name) WINAPI -> DWORD {
+            log->setEnv(::GetCurrentThreadId(), static_cast<const char*>(name), 1, ' ');
             for (int i = 1; i <= kLines; ++i)
-                log->write("line %d of %s", i, name);
+                log->write("line %d of %s", i, static_cast<const char*>(name));
             return 0;
         };
-        HANDLE threads[4];
+        kiv::ScopedKernelObject threads[4];
         for (int i = 0; i < 4; ++i)
-            threads[i] = ::CreateThread(nullptr, 0, run, const_cast<const char**>(&names[i]), 0, nullptr);
-        ::WaitForMultipleObjects(4, threads, TRUE, INFINITE);
-        for (const HANDLE thread : threads)
-            ::CloseHandle(thread);
+            threads[i].Reset(::CreateThread(nullptr, 0, run, names[i], 0, nullptr));
+        for (const auto& thread : threads)
+            ::WaitForSingleObject(thread.Get(), INFINITE);
     }
     const auto lines = LinesOf({path});
     CHECK(lines.size() == 4 * kLines);
