@@ -2,6 +2,7 @@
 
 #include "support/check.h"
 #include "support/scoped_resource.h"
+#include "support/sddl_text.h"
 #include "support/this_release.h"
 
 namespace kiv::test {
@@ -16,19 +17,6 @@ Names NamesFrom(HKEY key, const Enumerate& enumerate) {
          length = sizeof name)
         names.emplace_back(name);
     return names;
-}
-
-// The path of a key for the native calls: "\Registry\User\...".
-std::wstring NativePath(HKEY key) {
-    const auto query = reinterpret_cast<LONG(WINAPI*)(HANDLE, int, void*, ULONG, ULONG*)>(
-        reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleA("ntdll.dll"), "NtQueryKey")));
-    struct {
-        ULONG length;
-        wchar_t text[2048];
-    } name;
-    ULONG size = 0;
-    REQUIRE(query(key, 3 /* KeyNameInformation */, &name, sizeof name, &size) == 0);
-    return {name.text, name.length / sizeof(wchar_t)};
 }
 
 }  // namespace
@@ -104,29 +92,12 @@ void CreateElements(HKEY key, const std::wstring& names) {
     }
 }
 
-void CreateLink(HKEY parent, const std::string& name, HKEY target) {
-    ScopedRegistryKey link;
-    REQUIRE(::RegCreateKeyExA(parent, name.c_str(), 0, nullptr, REG_OPTION_CREATE_LINK, KEY_ALL_ACCESS, nullptr,
-                              link.Receive(), nullptr) == ERROR_SUCCESS);
-    const std::wstring path = NativePath(target);
-    REQUIRE(::RegSetValueExW(link.Get(), L"SymbolicLinkValue", 0, REG_LINK, reinterpret_cast<const BYTE*>(path.data()),
-                             static_cast<DWORD>(path.size() * sizeof(wchar_t))) == ERROR_SUCCESS);
-}
-
-LockedSubkey::LockedSubkey(HKEY parent, const std::string& name) {
-    REQUIRE(::RegOpenKeyExA(parent, name.c_str(), 0, READ_CONTROL | WRITE_DAC, &m_key) == ERROR_SUCCESS);
-    DWORD size = sizeof m_unlocked;
-    REQUIRE(::RegGetKeySecurity(m_key, DACL_SECURITY_INFORMATION, m_unlocked, &size) == ERROR_SUCCESS);
-    ACL empty;
-    SECURITY_DESCRIPTOR descriptor;
-    REQUIRE(::InitializeAcl(&empty, sizeof empty, ACL_REVISION));
-    ::InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION);
-    ::SetSecurityDescriptorDacl(&descriptor, TRUE, &empty, FALSE);
-    REQUIRE(::RegSetKeySecurity(m_key, DACL_SECURITY_INFORMATION, &descriptor) == ERROR_SUCCESS);
+LockedSubkey::LockedSubkey(HKEY parent, const std::string& name) : m_key(OpenSubkey(parent, name)) {
+    REQUIRE(::RegSetKeySecurity(m_key, DACL_SECURITY_INFORMATION, SystemDescriptor("D:").Get()) == ERROR_SUCCESS);
 }
 
 LockedSubkey::~LockedSubkey() {
-    ::RegSetKeySecurity(m_key, DACL_SECURITY_INFORMATION, m_unlocked);
+    ::RegSetKeySecurity(m_key, DACL_SECURITY_INFORMATION, SystemDescriptor("D:(A;;KA;;;WD)").Get());
     ::RegCloseKey(m_key);
 }
 

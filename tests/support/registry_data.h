@@ -30,9 +30,6 @@ std::string ShownData(HKEY key, const char* name, const std::string& subkey = {}
 // A subkey and a value for each name of one UTF-16 character, which the code page may show alike.
 void CreateElements(HKEY key, const std::wstring& names);
 
-// Makes the registry link parent\name, which leads to where `target` is.
-void CreateLink(HKEY parent, const std::string& name, HKEY target);
-
 // For as long as it lives, nobody may open the subkey but to delete it or to change its security.
 class LockedSubkey {
 public:
@@ -42,8 +39,7 @@ public:
     LockedSubkey& operator=(const LockedSubkey&) = delete;
 
 private:
-    HKEY m_key = nullptr;
-    alignas(void*) char m_unlocked[512];
+    HKEY m_key;
 };
 
 std::string ThisComputer();

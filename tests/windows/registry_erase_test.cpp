@@ -9,6 +9,7 @@
 #include "registry/value_data.h"
 #include "support/scoped_resource.h"
 #include "support/swapped_api.h"
+#include "tavkivut/security.h"
 #include "windows/opened_key.h"
 
 using namespace kiv::test;
@@ -21,6 +22,18 @@ void EraseAll(CKivRegKey& key) {
     auto keys = key.beginKeys();
     auto last = key.end();
     CHECK((key.erase(values, last) && values == last && key.erase(keys, last) && keys == last));
+}
+
+// Makes the registry link parent\link, which leads to a key of "HKCU\...".
+void CreateLink(HKEY parent, const std::string& target) {
+    kiv::ScopedRegistryKey link;
+    REQUIRE(::RegCreateKeyExA(parent, "link", 0, nullptr, REG_OPTION_CREATE_LINK, KEY_ALL_ACCESS, nullptr,
+                              link.Receive(), nullptr) == ERROR_SUCCESS);
+    CKivSid user = CKivSid::FromProcessUser(::GetCurrentProcess());
+    const std::string native = "\\Registry\\User\\" + std::string(user) + target.substr(sizeof "HKCU" - 1);
+    const std::wstring path(native.begin(), native.end());
+    REQUIRE(::RegSetValueExW(link.Get(), L"SymbolicLinkValue", 0, REG_LINK, reinterpret_cast<const BYTE*>(path.data()),
+                             static_cast<DWORD>(path.size() * sizeof(wchar_t))) == ERROR_SUCCESS);
 }
 
 using NtCreateKeyCall = LONG(WINAPI*)(HANDLE*, ACCESS_MASK, OBJECT_ATTRIBUTES*, ULONG, UNICODE_STRING*, ULONG, ULONG*);
@@ -121,7 +134,7 @@ TEST_CASE("a registry link is deleted as a link") {
     const kiv::ScopedRegistryKey target(OpenSubkey(opened.key, "target"));
     const kiv::ScopedRegistryKey branch(OpenSubkey(opened.key, "tree\\branch"));
     SetText(target.Get(), "kept", "");
-    CreateLink(branch.Get(), "link", target.Get());
+    CreateLink(branch.Get(), opened.path + "\\target");
     CKivRegKey link(nullptr, opened.path.c_str(), "tree\\branch\\link");
     REQUIRE(link.countKeys() == 1);  // the object has followed it
     SwappedApi<RegistryApi> api;

@@ -65,11 +65,9 @@ TEST_CASE("a path of more than 259 characters is opened and created piece by pie
 TEST_CASE("a closed key has no path, asking it is harmless, and a null path changes nothing") {
     OpenedKey opened;
     CKivRegKey& key = opened.key;
-    CHECK((!key.open(nullptr) && key.getLastError() == ERROR_INVALID_PARAMETER && key != nullptr));
-    CHECK((!key.create(nullptr, "x") && key.getKey() == opened.path));
+    CHECK((!key.open(nullptr) && key.getLastError() == ERROR_INVALID_PARAMETER && key.getKey() == opened.path));
     CHECK((key.close() && key == nullptr && key.getKey() == nullptr && key.getName() == nullptr));
-    CHECK((ParentOf(key).empty() && key.getParentKey(nullptr) == nullptr));
-    CHECK((key.countKeys() == 0 && key.countValues() == 0 && key.empty() && key.getIndex() == -1));
+    CHECK((ParentOf(key).empty() && key.getParentKey(nullptr) == nullptr && key.empty() && key.getIndex() == -1));
     CHECK((key.beginKeys() == key.end() && key.findValue("x") == key.end() && key.findKey(nullptr) == key.end()));
     CHECK(((++key).getKey() == nullptr && !key.remove() && key.getLastError() == ERROR_INVALID_HANDLE));
 }

@@ -61,15 +61,14 @@ TEST_CASE("values are read as text and as number, whatever their data say of the
         {REG_MULTI_SZ, "1\0second\0\0"sv, "1", 1},
         {REG_BINARY, "9\x01\xFE"sv, "9\x01\xFE", 9},
     };
+    Opened opened;
     for (const auto& row : rows) {
         CAPTURE(row.text);
-        Opened opened;
         opened.Store(row.type, row.bytes);
         CHECK((Text(opened.value) == row.text && Number(opened.value) == row.number));
         CHECK((opened.value.getType() == row.type && opened.value.exist() && opened.value.getLastError() == 0));
     }
     for (const std::size_t length : {509U, 511U, 513U, 100000U}) {
-        Opened opened;
         opened.Store(REG_SZ, std::string(length, '7'));
         CHECK(Text(opened.value) == std::string(length, '7'));
     }
@@ -124,7 +123,7 @@ TEST_CASE("values are written, extended and removed") {
     CHECK((!value.remove() && value.getLastError() == 0));
 }
 
-TEST_CASE("without a name or an open key nothing is done") {
+TEST_CASE("without a name or an open key nothing is done; values are copied by opening them again") {
     OpenedKey opened({}, {""});
     CKivRegValue nameless(nullptr, opened.path.c_str(), nullptr);
     CKivRegValue keyless(nullptr, "HKCU\\no such key", "v");
@@ -137,10 +136,8 @@ TEST_CASE("without a name or an open key nothing is done") {
     }
     CHECK((keyless.getKey().getLastError() == ERROR_FILE_NOT_FOUND && keyless.open(nullptr, nullptr, nullptr)));
     CHECK((keyless.open(nullptr, opened.path.c_str(), "") && keyless.exist() && Text(keyless).empty()));
-    // Values are copied and assigned by opening them again.
     CKivRegKey key(nullptr, opened.path.c_str(), nullptr, KEY_READ);
-    CKivRegValue other = key["y"];
-    const CKivRegValue copy(other);
+    const CKivRegValue copy(key["y"]);
     nameless = copy;
     CHECK((nameless.getName() == "y"s && nameless.getPermissions() == KEY_READ));
     CHECK((nameless.open(nullptr, nameless.getKey().getKey(), nameless.getName()) && nameless.getName() == "y"s));

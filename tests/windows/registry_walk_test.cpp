@@ -29,24 +29,16 @@ Names Walk(Iterator it, CKivRegKey& key) {
 }  // namespace
 
 TEST_CASE("a walk shows what the system's enumeration shows, in its order, and opens it") {
-    OpenedKey empty;
-    CHECK(
-        (empty.key.beginKeys() == empty.key.end() && empty.key.beginValues() == empty.key.end() && empty.key.empty()));
-    OpenedKey opened({"b", "A", "c", std::string(255, 'n')}, {"two", "", "One", std::string(255, 'v')});
+    OpenedKey opened({"b", "A", std::string(255, 'n')}, {"two", "", std::string(255, 'v')});
     CKivRegKey key(nullptr, opened.path.c_str(), nullptr, KEY_READ);
-    CHECK(Walk(key.beginKeys(), key) == SubkeyNames(opened.key));
-    CHECK(Walk(key.beginValues(), key) == ValueNames(opened.key));
-    CHECK((key.countKeys() == 4 && key.countValues() == 4 && !key.empty()));
-    for (auto it = key.beginKeys(); it != key.end(); ++it) {
-        CKivRegKey subkey = *it;
-        CHECK((subkey != nullptr && subkey.getPermissions() == KEY_READ));
-        CHECK(subkey.getName() == std::string(it.getName()));
-    }
-    for (auto it = key.beginValues(); it != key.end(); ++it) {
-        CKivRegValue value = *it;
-        CHECK((std::string(value) == it.getName() && value.getPermissions() == KEY_READ));
-        CHECK(value.getKey().getKey() == opened.path);
-    }
+    CHECK((Walk(key.beginKeys(), key) == SubkeyNames(opened.key) && key.countKeys() == 3));
+    CHECK((Walk(key.beginValues(), key) == ValueNames(opened.key) && key.countValues() == 3));
+    CKivRegKey subkey = *key.beginKeys();
+    CHECK((subkey != nullptr && subkey.getPermissions() == KEY_READ && subkey.getName() == SubkeyNames(key)[0]));
+    CHECK((subkey.beginKeys() == subkey.end() && subkey.beginValues() == subkey.end() && subkey.empty()));
+    CKivRegValue value = *key.beginValues();
+    CHECK((value.getPermissions() == KEY_READ && std::string(value) == ValueNames(key)[0]));
+    CHECK(value.getKey().getKey() == opened.path);
 }
 
 TEST_CASE("positions are compared by their texts, and elements found by their exact names") {
