@@ -28,20 +28,14 @@ std::string Read(std::string text) {
 // The examples of docs/acl-text.md are executed beside these.
 TEST_CASE("what a text says") {
     const std::pair<const char*, const char*> rows[] = {
-        {"", ""},
         {"{0-3-0x10000000-[S-1-5-32-544]}-{1-3-0x40000-[S-1-1-0]}", "0 3 10000000 S-1-5-32-544; 1 3 40000 S-1-1-0"},
-        {"{0x1-0X10-0x2-[.\\user]}", "1 16 2 .\\user"},
-        {"{ 1- 2-0x 3-[a]}", "1 2 3 a"},
         {"{+1--1-0x-2-[a]}", "1 255 fffffffe a"},
         {"{257-4294967298-0x1ABCDEF12-[a]}", "1 2 abcdef12 a"},
         {"{1-2-0x-[a]}", "1 2 80000000 a"},  // what follows the first mistake keeps its default
         {"{1 -2-0x3-[a]}", "1 0 80000000 a"},
         {"{08-2-0x3-[a]}", "0 0 80000000 a"},
         {"{0x-2-0x3-[a]}", "0 0 80000000 a"},
-        {"{1-2-0x3[a]}", "1 2 3 a"},
-        {"{1-2-0x3}", "1 2 3 *"},
         {"{1-2-0x3-[a]b]}", "1 2 3 a"},
-        {"{1-2-0x3-[[a]}", "1 2 3 [a"},
         {"{1-2-0x3-[a}b]}", "1 2 3 *"},
         {"{{1-2-0x3-[a]}", "0 0 80000000 a"},
         {"{1-2-0x3-[a]", ""},  // where reading ends

@@ -27,16 +27,12 @@ TEST_CASE("settings are encrypted with and without the system's random generator
     }
     unsigned char bytes[16];
     CHECK(kiv::RandomBytes(bytes, sizeof bytes) == random);
-    for (int i = 0; i < 20; ++i) {
-        const int number = KivGetRandomNumber(-5, 10);
-        CHECK((number >= -5 && number <= 5));
-    }
     std::set<std::string> texts;
     for (int i = 0; i < 50; ++i) {
+        const int number = KivGetRandomNumber(-5, 10);
+        CHECK((number >= -5 && number <= 5));
         char text[kKivEncryptedTextLimit + 1];
-        char clear[kKivClearTextLimit + 1];
         REQUIRE(CKivEncryptData::Encrypt("dopw", kKivEncryptedBlock, text, sizeof text) == 1);
-        REQUIRE((CKivDecryptData::Decrypt(text, clear, sizeof clear) == 1 && clear == std::string("dopw")));
         texts.insert(text);
     }
     CHECK(texts.size() == 50);
