@@ -1,10 +1,9 @@
 // Settings in the registry: reading, writing, encryption; the refresh from the files, and settings on their way back
-// into them. No file stands beside this program; what needs one happens in processes of their own.
+// into them. No file stands beside this program; what needs one is in tests/data/transcripts/server_config.txt.
 
 #include "tavkivut/config.h"
 
 #include <memory>
-#include <sstream>
 #include <string>
 
 #include "support/check.h"
@@ -12,10 +11,8 @@
 #include "support/redirected_key.h"
 #include "support/registry_data.h"
 #include "support/resource_count.h"
-#include "support/run_program.h"
 #include "support/scoped_resource.h"
 #include "support/temp_directory.h"
-#include "support/this_release.h"
 #include "tavkivut/file.h"
 #include "tavkivut/inst_server.h"
 
@@ -27,7 +24,6 @@ struct CKivConfigMgrState {
 namespace {
 
 using kiv::ScopedKernelObject;
-using kiv::test::ReadFileBytes;
 using kiv::test::RecordingLog;
 using kiv::test::TempDirectory;
 using Lines = std::vector<std::string>;
@@ -78,50 +74,6 @@ Lines Initialize() {
     CHECK(CKivConfigMgr().Initialize());
     return log.Lines();
 }
-
-// An installer's folder with config_child.exe and the libraries in "bin", run as the release that the test runs as,
-// with a session server beside it and a registry key that stands for HKLM.
-class Installer : public Server {
-public:
-    Installer() {
-        REQUIRE(::CreateDirectoryA((folder / "bin").c_str(), nullptr));
-        REQUIRE(::CopyFileA("config_child.exe", m_program.c_str(), TRUE));
-        for (const char* library : {"tavkivut.dll", "tavkivlg.dll"})
-            REQUIRE(::CopyFileA(library, (folder / "bin\\" + library).c_str(), TRUE));
-        ::SetEnvironmentVariableA("KIV_LOCAL_MACHINE", m_machine.Path().c_str() + sizeof "HKCU");
-    }
-
-    // What an operation logs and gives, with the session server chosen; without the lines of the server list.
-    Lines Do(const Text& operation) const {
-        const kiv::test::ProgramResult result = kiv::test::RunProgram(CommandLine("\"" + operation + "\""));
-        CHECK(result.exitCode == 0);
-        Lines kept;
-        std::istringstream lines(result.output);
-        for (Text line; std::getline(lines, line);) {
-            if (line.find("Server") == Text::npos && line != "= ")
-                kept.push_back(line);
-        }
-        return kept;
-    }
-
-    Text Read(const char* section, const char* name) const {
-        return kiv::test::ShownData(m_machine.Handle(), name, SettingsPath(section));
-    }
-    void WriteServers(const Text& list) const {
-        kiv::test::SetText(m_machine.Handle(), "InstServer", list, SettingsPath("General"));
-    }
-
-    Text CommandLine(const Text& operations) const {
-        return "\"" + m_program + "\" \"server=" + folder.Path() + "\" " + operations;
-    }
-
-    Text local = folder / "bin\\TavSetup.cfg";
-
-private:
-    kiv::test::ScratchKey m_machine;
-    Text m_program = folder / ("bin\\config_child" +
-                               (kiv::test::ThisRelease().empty() ? "" : "_" + kiv::test::ThisRelease()) + ".exe");
-};
 
 }  // namespace
 
@@ -252,74 +204,4 @@ TEST_CASE("the class-wide section lives as long as any instance, and nothing is 
     CKivConfigMgr().SetCfgString("S", "k", "1", false);
     CHECK(::TryEnterCriticalSection(&CKivConfigMgrState::Section()));
     ::LeaveCriticalSection(&CKivConfigMgrState::Section());
-}
-
-TEST_CASE("the newer of the two files is taken, the local one when they are equally new") {
-    const Installer installer;
-    WriteFileAt(installer.local, 10, "[S]\r\nfrom=local\r\n");
-    WriteFileAt(installer.file, 10, "[S]\r\nfrom=server\r\n");
-    CHECK(installer.Do("init") == Lines{kStart, kUpdate + installer.local, "= true"});
-    WriteFileAt(installer.file, 11, "[S]\r\nfrom=server\r\n");
-    CHECK(installer.Do("init") == Lines{kStart, kUpdate + installer.file, "= true"});
-    ::DeleteFileA(installer.file.c_str());
-    CHECK(installer.Do("init") == Lines{kStart, kUpToDate, "= true"});
-    CHECK(installer.Read("S", "from") == "1:server");
-}
-
-TEST_CASE("processes that refresh at once miss nothing") {
-    const Installer installer;
-    Text text;
-    for (int section = 0; section < 40; ++section) {
-        text += "[Section " + std::to_string(section) + "]\r\n";
-        for (int entry = 0; entry < 25; ++entry)
-            text += "e" + std::to_string(entry) + "=1\r\n";
-        text += "last=1\r\n";
-    }
-    for (int round = 0; round < 2; ++round) {
-        WriteFileAt(installer.local, round, text);
-        std::unique_ptr<kiv::test::StartedProgram> racers[4];
-        for (auto& racer : racers)
-            racer = std::make_unique<kiv::test::StartedProgram>(installer.CommandLine("complete=40"));
-        for (const auto& racer : racers)
-            CHECK(racer->Finish().exitCode == 0);
-        CHECK(installer.Do("init") == Lines{kStart, kUpToDate, "= true"});
-    }
-}
-
-TEST_CASE("a setting is written into every copy of the file, each path once; a line break into none") {
-    const Installer installer;
-    const TempDirectory second;
-    ::CreateDirectoryA((second / "setup").c_str(), nullptr);
-    const Text guarded = second.Write("Setup\\TavSetup.cfg", "[S]\r\nk=old\r\n");
-    ::SetFileAttributesA(guarded.c_str(), kGuarded);
-    const Text path = installer.folder.Path();
-    installer.WriteServers(path + ";" + path + "\\;;" + second.Path() + ";" + path + "\\gone");
-    WriteFileAt(installer.local, 0, "[S]\r\nk=old\r\nl=kept\r\n");
-    installer.Do("init");
-
-    const Lines lines = installer.Do("update=S|k|0xff");
-    REQUIRE(lines.size() == 9);
-    const Text unread = "1E Could not read fileattributes of config file";
-    CHECK(lines[2] == "1  updated config file " + installer.local + "; [S] k=0xff");
-    CHECK(lines[3].find(unread) == 0);  // that server has no file yet: it is made
-    CHECK(lines[4] == "1  updated config file " + installer.file + "; [S] k=0xff");
-    CHECK(lines[5] == "1  updated config file " + guarded + "; [S] k=0xff");
-    CHECK(lines[6].find(unread) == 0);
-    CHECK(lines[7] == "1E failed to update config file " + path + "\\gone\\Setup\\TavSetup.cfg");
-    CHECK(lines[8] == "= true");
-    CHECK(ReadFileBytes(installer.local) == "[S]\r\nk=0xff\r\nl=kept\r\n");
-    CHECK((ReadFileBytes(installer.file) == "[S]\r\nk=0xff\r\n" && ReadFileBytes(guarded) == "[S]\r\nk=0xff\r\n"));
-    CHECK((::GetFileAttributesA(guarded.c_str()) & kGuarded) == kGuarded);
-    CHECK((::GetFileAttributesA(installer.local.c_str()) & kGuarded) == 0);
-
-    installer.WriteServers(path);
-    ::DeleteFileA(installer.file.c_str());
-    installer.Do("init");
-    const Text failed = "1E failed to update config file ";
-    for (const char* const operation : {"update=S|k|a~l=b", "update=S|k~x|a", "update=S~T|k|a"})
-        CHECK(installer.Do(operation) ==
-              Lines{kStart, kUpToDate, failed + installer.local, failed + installer.file, "= true"});
-    CHECK(ReadFileBytes(installer.local) == "[S]\r\nk=0xff\r\nl=kept\r\n");
-    CHECK(::GetFileAttributesA(installer.file.c_str()) == INVALID_FILE_ATTRIBUTES);
-    CHECK(installer.Read("S", "k") == "1:a\nl=b");
 }

@@ -6,6 +6,7 @@
 
 #include "support/resource_count.h"
 #include "support/scoped_resource.h"
+#include "tavkivut/config.h"
 #include "tavkivut/inst_server.h"
 #include "tavkivut/registry.h"
 #include "tavkivut/tools.h"
@@ -115,6 +116,22 @@ Text WriteFile(const Text& argument) {
     return "";
 }
 
+Text SetEverywhere(const Text& argument) {
+    const auto [section, rest] = Parts(argument);
+    const auto [key, value] = Parts(rest);
+    return CKivConfigMgr().SetCfgString(section.c_str(), key.c_str(), value.c_str(), true) ? "true" : "false";
+}
+
+// How many of so many sections, after the first call of this process has refreshed them, lack their last setting.
+Text Missing(const Text& sections) {
+    CKivConfigMgr config;
+    unsigned long value = 0;
+    int missing = 0;
+    for (int i = 1; i <= std::stoi(sections); ++i)
+        missing += !config.GetCfgDword(("Section " + std::to_string(i)).c_str(), "last", value);
+    return std::to_string(missing);
+}
+
 // "folder", "file", "hidden folder", "hidden file" or "none".
 Text Kind(const Text& path) {
     const DWORD attributes = ::GetFileAttributesA(path.c_str());
@@ -159,6 +176,9 @@ constexpr ChildOperation kOperations[] = {
     {"text", WriteText},
     {"read", ReadText},
     {"file", WriteFile},
+    {"init", [](const Text&) { return Text(CKivConfigMgr().Initialize() ? "true" : "false"); }},
+    {"set", SetEverywhere},
+    {"missing", Missing, kQuiet},
     {"kind", Kind},
     {"forget", [](const Text&) { return Answer(CKivRegKey(nullptr, "HKLM\\Software", "TAV").remove()); }},
 };
