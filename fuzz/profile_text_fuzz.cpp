@@ -1,7 +1,6 @@
-// Any bytes as an INI file: every name that is listed can be found, and nothing is written beyond a buffer.
+// Any bytes as an INI file: every name that is listed can be found.
 
 #include <string>
-#include <vector>
 
 #include "require.h"
 #include "support/ascii.h"
@@ -25,16 +24,6 @@ void CheckSection(std::u16string_view text, std::u16string_view section) {
     }
 }
 
-// The list in a buffer of exactly that size, so that the sanitizer sees a byte too many.
-void CheckList(const std::vector<std::u16string_view>& names, std::size_t size) {
-    std::vector<char> buffer(size, '#');
-    kivlg::ProfileListWriter list(buffer.data(), size);
-    for (const std::u16string_view name : names)
-        list.Add(std::string(name.begin(), name.end()));
-    const std::size_t used = list.Finish();
-    Require(used < size && buffer[used] == '\0');
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -44,10 +33,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::u16string text = kiv::DecodeMarkedText(bytes);
     if (kiv::EncodingByMark(bytes) == kiv::TextEncoding::kCodePage)
         text.assign(bytes.begin(), bytes.end());
-    const auto sections = kivlg::ProfileSections(text);
-    for (const std::u16string_view section : sections)
+    for (const std::u16string_view section : kivlg::ProfileSections(text))
         CheckSection(text, section);
     CheckSection(text, u"");
-    CheckList(sections, 1 + data[size - 1]);
     return 0;
 }

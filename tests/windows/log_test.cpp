@@ -1,16 +1,16 @@
 #include <algorithm>
 #include <cstdio>
 #include <map>
-#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include <process.h>
 
 #include "support/check.h"
 #include "support/real_log.h"
 #include "support/redirected_key.h"
 #include "support/registry_data.h"
-#include "support/run_program.h"
 #include "support/scoped_resource.h"
 #include "support/temp_directory.h"
 #include "support/text_convert.h"
@@ -72,13 +72,15 @@ void CheckNothingIsMissing(const std::vector<Line>& lines, int last) {
         CHECK(writer.second == last);
 }
 
-// Processes that log, with this program's environment; waits for the end of all.
-void RunWriters(const std::vector<std::string>& arguments) {
-    std::vector<std::unique_ptr<kiv::test::StartedProgram>> writers;
-    for (const std::string& given : arguments)
-        writers.push_back(std::make_unique<kiv::test::StartedProgram>("real_log\\log_writer.exe " + given));
-    for (const auto& writer : writers)
-        CHECK(writer->Finish().exitCode == 0);
+// Processes that log, each under its name, with this program's environment; waits for the end of all.
+void RunWriters(const std::vector<const char*>& names, const char* lines) {
+    std::vector<std::intptr_t> writers;
+    for (const char* name : names)
+        writers.push_back(::_spawnl(_P_NOWAIT, "real_log\\log_writer.exe", "log_writer", name, lines, nullptr));
+    for (const std::intptr_t writer : writers) {
+        int code = 1;
+        CHECK((::_cwait(&code, writer, _WAIT_CHILD) == writer && code == 0));
+    }
 }
 
 }  // namespace
@@ -220,7 +222,7 @@ TEST_CASE("processes that fill and rotate one log lose nothing but what rotation
     const TempDirectory folder;
     const std::string path = folder / "a.log";
     const RealLog log(path.c_str(), nullptr, "8000");
-    RunWriters({"one 120", "two 120", "three 120", "four 120"});
+    RunWriters({"one", "two", "three", "four"}, "120");
     const auto lines = LinesOf({path + ".old", path});
     CHECK(lines.size() > 120);
     CheckNothingIsMissing(lines, 120);
@@ -229,7 +231,7 @@ TEST_CASE("processes that fill and rotate one log lose nothing but what rotation
 TEST_CASE("lines are taken to the very end of a process, whoever is in the middle of one") {
     const TempDirectory folder;
     const RealLog log((folder / "a.log").c_str(), "3");
-    RunWriters({"x 0"});
+    RunWriters({"x"}, "0");
     Shown shown = ShownIn(folder / "a.log");
     shown.erase(std::remove(shown.begin(), shown.end(), "background 1- line"), shown.end());
     CHECK(shown == Shown{"TavKivUt 3- Utilities Library initialized (ANSI Release build)", "writer 1- after the stop",

@@ -22,35 +22,27 @@ const char* const kName = "SeShutdownPrivilege";
 const std::string kEnabling = "3  Security : Enabling privilege 'SeShutdownPrivilege'...";
 const std::string kDisabling = "3  Security : Disabling privilege 'SeShutdownPrivilege'...";
 
-// The token of the process or the thread. Whether it has the privilege on is what the system tells.
-class OwnToken : public CKivToken {
-public:
-    explicit OwnToken(bool ofThread) {
-        constexpr unsigned long kAccess = TOKEN_QUERY | TOKEN_ADJUST_PRIVILEGES;
-        REQUIRE((ofThread ? OpenThreadToken(::GetCurrentThread(), kAccess)
-                          : OpenProcessToken(::GetCurrentProcess(), kAccess)) == 1);
-    }
-
-    bool IsOn() const {
-        PRIVILEGE_SET wanted{1, PRIVILEGE_SET_ALL_NECESSARY, {{{0, 0}, 0}}};
-        REQUIRE(::LookupPrivilegeValueA(nullptr, kName, &wanted.Privilege[0].Luid));
-        BOOL on = FALSE;
-        REQUIRE(::PrivilegeCheck(*this, &wanted, &on));
-        CHECK(IsPrivilegeEnabled(kName) == on);
-        return on != FALSE;
-    }
-};
+// Whether a token of the process or the thread has the privilege on, as the system tells.
+bool IsOn(const CKivToken& token) {
+    PRIVILEGE_SET wanted{1, PRIVILEGE_SET_ALL_NECESSARY, {{{0, 0}, 0}}};
+    REQUIRE(::LookupPrivilegeValueA(nullptr, kName, &wanted.Privilege[0].Luid));
+    BOOL on = FALSE;
+    REQUIRE(::PrivilegeCheck(token, &wanted, &on));
+    CHECK(token.IsPrivilegeEnabled(kName) == on);
+    return on != FALSE;
+}
 
 }  // namespace
 
 TEST_CASE("a privilege is on while the object lives") {
     const kiv::test::RecordingLog log;
-    const OwnToken process(false);
+    CKivToken process;
+    REQUIRE(process.OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY | TOKEN_ADJUST_PRIVILEGES) == 1);
     {
         const CKivPrivilege privilege(kName, 1);
-        CHECK((privilege.Granted() == 1 && process.IsOn()));
+        CHECK((privilege.Granted() == 1 && IsOn(process)));
         CHECK(CKivPrivilege(process, kName).Granted() == 1);
-        CHECK_FALSE(process.IsOn());  // although it had been on before
+        CHECK_FALSE(IsOn(process));  // although it had been on before
         ::SetLastError(77);
     }
     CHECK(::GetLastError() == 77);
@@ -59,15 +51,17 @@ TEST_CASE("a privilege is on while the object lives") {
 
 TEST_CASE("a thread needs a token of its own; what cannot be changed is not granted") {
     const kiv::test::RecordingLog log;
-    const OwnToken process(false);
+    CKivToken process;
+    REQUIRE(process.OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY | TOKEN_ADJUST_PRIVILEGES) == 1);
     CHECK((CKivPrivilege(kName, 0).Granted() == 0 && ::GetLastError() == ERROR_NO_TOKEN));
     REQUIRE(::ImpersonateSelf(SecurityImpersonation));
-    const OwnToken thread(true);
+    CKivToken thread;
+    REQUIRE(thread.OpenThreadToken(::GetCurrentThread(), TOKEN_QUERY) == 1);
     {
         const CKivPrivilege privilege(kName, 0);
-        CHECK((privilege.Granted() == 1 && thread.IsOn() && !process.IsOn()));
+        CHECK((privilege.Granted() == 1 && IsOn(thread) && !IsOn(process)));
     }
-    CHECK_FALSE(thread.IsOn());
+    CHECK_FALSE(IsOn(thread));
     ::RevertToSelf();
     CHECK((CKivPrivilege("SeNoSuchPrivilege", 1).Granted() == 0 && ::GetLastError() == ERROR_NO_SUCH_PRIVILEGE));
     CHECK((CKivPrivilege(nullptr, kName).Granted() == 0 && ::GetLastError() == ERROR_INVALID_HANDLE));
