@@ -110,7 +110,7 @@ void CheckImported(const std::string& key) {
 int main() {
     const std::string path = WriteFile();
     kiv::bench::Compare(
-        "INI import, 100 sections of 100 entries", 1.3, 5,
+        "INI import, 100 sections of 100 entries", 1.3, 15,
         [&path] {
             const std::string key = FreshKey();
             WriteInifileToHkey(("HKCU\\" + key).c_str(), path.c_str());
