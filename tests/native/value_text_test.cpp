@@ -8,7 +8,6 @@ using namespace std::string_view_literals;
 
 TEST_CASE("numbers are read from the beginning of a text or from bytes, modulo 2^32") {
     CHECK((kiv::NumberFromText("12abc") == 12 && kiv::NumberFromText("\t\n\v\f\r +007") == 7));
-    CHECK((kiv::NumberFromText(" -5") == 4294967291U && kiv::NumberFromText("-2147483648") == 2147483648U));
     CHECK((kiv::NumberFromText("2147483648") == 2147483648U && kiv::NumberFromText("18446744073709551617") == 1));
     for (const auto text : {""sv, "abc"sv, "-"sv, "+-3"sv, "- 3"sv, "0x1F"sv, "\0005"sv})
         CHECK(kiv::NumberFromText(text) == 0);

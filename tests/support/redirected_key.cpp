@@ -1,14 +1,11 @@
 #include "support/redirected_key.h"
 
+#include <cstring>
+
 #include "support/check.h"
 
 namespace kiv::test {
 namespace {
-
-std::wstring WideFromAnsi(const char* text) {
-    wchar_t wide[256];
-    return {wide, static_cast<std::size_t>(::MultiByteToWideChar(CP_ACP, 0, text, -1, wide, 256) - 1)};
-}
 
 // Whatever a test has made goes: names that no code page shows, links, elements beside some that stay.
 bool DeleteTree(HKEY parent, const wchar_t* name) {
@@ -56,7 +53,7 @@ RedirectedKey::~RedirectedKey() {
 }
 
 void DeleteKeyTree(HKEY parent, const char* name) {
-    DeleteTree(parent, WideFromAnsi(name).c_str());
+    DeleteTree(parent, std::wstring(name, name + std::strlen(name)).c_str());
 }
 
 }  // namespace kiv::test

@@ -70,6 +70,14 @@ public:
         return present ? list : nullptr;
     }
 
+    // Answers a call that asks for it; false when it needs more room.
+    bool CopyTo(PSECURITY_DESCRIPTOR buffer, DWORD room, DWORD& needed) const {
+        needed = ::GetSecurityDescriptorLength(m_descriptor);
+        if (needed <= room)
+            ::memcpy(buffer, m_descriptor, needed);
+        return needed <= room;
+    }
+
 private:
     PSECURITY_DESCRIPTOR m_descriptor = nullptr;
 };

@@ -1,6 +1,5 @@
 #include "support/windows_api.h"
 
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -95,7 +94,7 @@ namespace {
 // Plays objects whose security is asked for and set, and notes what was handed over.
 const char* g_descriptor;
 std::vector<std::string> g_calls;
-int g_growths;  // how often the descriptor outgrows the room it was given
+bool g_grows;  // so that the descriptor outgrows the room it was given
 
 void Note(const char* call, const void* object, SECURITY_INFORMATION parts, const std::string& more) {
     g_calls.push_back(call + std::to_string(reinterpret_cast<std::uintptr_t>(object)) + " " + std::to_string(parts) +
@@ -105,26 +104,13 @@ void Note(const char* call, const void* object, SECURITY_INFORMATION parts, cons
 BOOL WINAPI GetService(SC_HANDLE object, SECURITY_INFORMATION parts, PSECURITY_DESCRIPTOR buffer, DWORD size,
                        DWORD* needed) {
     Note("get ", object, parts, size == 0 ? " size" : "");
-    const SystemDescriptor current(g_descriptor);
-    *needed = ::GetSecurityDescriptorLength(current.Get());
-    if (size < *needed || g_growths-- > 0)
-        return ::SetLastError(ERROR_INSUFFICIENT_BUFFER), FALSE;
-    std::memcpy(buffer, current.Get(), *needed);
-    return TRUE;
+    ::SetLastError(ERROR_INSUFFICIENT_BUFFER);
+    return SystemDescriptor(g_descriptor).CopyTo(buffer, size, *needed) && !g_grows;
 }
 
 BOOL WINAPI SetService(SC_HANDLE object, SECURITY_INFORMATION parts, PSECURITY_DESCRIPTOR from) {
     Note("set ", object, parts, " " + (kiv::test::HasNullDacl(from) ? "null" : SddlOf(from)));
     return TRUE;
-}
-
-BOOL WINAPI GetUser(HANDLE object, SECURITY_INFORMATION* parts, PSECURITY_DESCRIPTOR buffer, DWORD size,
-                    DWORD* needed) {
-    return GetService(static_cast<SC_HANDLE>(object), *parts, buffer, size, needed);
-}
-
-BOOL WINAPI SetUser(HANDLE object, SECURITY_INFORMATION* parts, PSECURITY_DESCRIPTOR from) {
-    return SetService(static_cast<SC_HANDLE>(object), *parts, from);
 }
 
 const HANDLE kObject = reinterpret_cast<HANDLE>(77);
@@ -134,8 +120,11 @@ const SC_HANDLE kService = reinterpret_cast<SC_HANDLE>(78);
 
 TEST_CASE("services and user objects are asked for owner and DACL, and get the DACL") {
     SwappedApi<kiv::ObjectSecurityApi> api;
-    api->getUserObject = &GetUser;
-    api->setUserObject = &SetUser;
+    api->getUserObject =
+        [](HANDLE object, SECURITY_INFORMATION* parts, PSECURITY_DESCRIPTOR buffer, DWORD size, DWORD* needed)
+            WINAPI { return GetService(static_cast<SC_HANDLE>(object), *parts, buffer, size, needed); };
+    api->setUserObject = [](HANDLE object, SECURITY_INFORMATION* parts, PSECURITY_DESCRIPTOR from)
+                             WINAPI { return SetService(static_cast<SC_HANDLE>(object), *parts, from); };
     api->getService = &GetService;
     api->setService = &SetService;
     g_descriptor = "O:SYD:(D;;CC;;;WD)(A;;GA;;;BA)";
@@ -149,7 +138,7 @@ TEST_CASE("services and user objects are asked for owner and DACL, and get the D
 
     // A descriptor that cannot be read leaves the object as it was.
     sd = WithDacl("{}");
-    g_growths = 2;
+    g_grows = true;
     CHECK((sd.FromService(kService) == 0 && ::GetLastError() == ERROR_INSUFFICIENT_BUFFER));
     api->getService = [](SC_HANDLE, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR, DWORD, DWORD*) WINAPI { return FALSE; };
     CHECK((sd.FromService(kService) == 0 && ::GetLastError() == ERROR_GEN_FAILURE));

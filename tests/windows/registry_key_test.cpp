@@ -42,7 +42,6 @@ TEST_CASE("parent and subkey are joined, and what is missing is created with the
     const std::string wanted = opened.path + "\\TAV";
     CKivRegKey& key = opened.key;
     CHECK((key.create(opened.path.c_str(), "\\TAV", KEY_READ) && key.getKey() == wanted));
-    CHECK((key.open((opened.path + "\\").c_str(), "TAV", KEY_READ) && key.getKey() == wanted));
     CHECK((key.open(wanted.c_str(), nullptr, KEY_READ) && key.open(wanted.c_str(), "") && key.getKey() == wanted));
     CHECK((key.open(key.getKey(), KEY_READ) && key.getKey() == wanted));  // its own path
     CHECK(key.create((wanted + "\\volatile").c_str(), KEY_ALL_ACCESS, REG_OPTION_VOLATILE));
@@ -80,7 +79,4 @@ TEST_CASE("an assigned key ends closed, with the other's machine and permissions
     CHECK((opened.key == nullptr && opened.key.getKey() == nullptr && opened.key.getPermissions() == KEY_READ));
     CHECK((other.connectTo(opened.key.getWksta()) && other.connectTo(other.getWksta())));  // its own machine
     CHECK((Text(other.getWksta()) == "\\\\host" && other.connectTo(nullptr) && other.open("HKCU")));
-    CKivRegKey& itself = other;
-    other = itself;
-    CHECK((other == nullptr && other.getKey() == nullptr));
 }

@@ -184,8 +184,7 @@ TEST_CASE("the effective rights are the system's answer") {
     api->effectiveRights = [](ACL* list, TRUSTEE_A* whose, ACCESS_MASK* rights) WINAPI -> DWORD {
         CKivSid sid(static_cast<void*>(whose->ptstrName));
         asked = SddlOf(list) + " " + std::to_string(whose->TrusteeForm) + " " + static_cast<const char*>(sid);
-        *rights = 0x1200A9;
-        return status;
+        return *rights = 0x1200A9, status;
     };
     CHECK(acl.GetEffectiveRights(users) == 0);
     acl = "{0-0-0x1200a9-[S-1-5-32-545]}";

@@ -1,6 +1,5 @@
 #include "support/windows_api.h"
 
-#include <cstring>
 #include <string>
 
 #include "security/object_security.h"
@@ -21,12 +20,8 @@ namespace {
 // Plays the access list that a new key gets from the key above it.
 const char* g_inherited;
 LSTATUS WINAPI GetInherited(HKEY, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR buffer, DWORD* size) {
-    const kiv::test::SystemDescriptor descriptor(g_inherited);
-    const DWORD needed = ::GetSecurityDescriptorLength(descriptor.Get());
-    if (*size < needed)
-        return *size = needed, ERROR_INSUFFICIENT_BUFFER;
-    std::memcpy(buffer, descriptor.Get(), needed);
-    return ERROR_SUCCESS;
+    const bool fits = kiv::test::SystemDescriptor(g_inherited).CopyTo(buffer, *size, *size);
+    return fits ? ERROR_SUCCESS : ERROR_INSUFFICIENT_BUFFER;
 }
 
 }  // namespace

@@ -45,24 +45,12 @@ bool IsEmpty(const CKivSid& sid) {
 bool g_endless, g_junk;
 int g_lookUps;
 
-bool Fits(DWORD* size) {
+bool Fits(DWORD& size) {
     ++g_lookUps;
-    if (!g_endless && *size >= 200)
-        return true;
-    *size = g_endless ? *size + 1 : 200;
+    const bool fits = !g_endless && size >= 200;
+    size = g_endless ? size + 1 : 200;
     ::SetLastError(ERROR_INSUFFICIENT_BUFFER);
-    return false;
-}
-
-BOOL WINAPI SidOfName(const char*, const char* name, PSID sid, DWORD* size, char*, DWORD*, SID_NAME_USE*) {
-    std::memset(sid, 0xEE, *size);
-    return name == std::string("somebody") && Fits(size) && (g_junk || ::CopySid(*size, sid, CKivSid("S-1-5-21-7")));
-}
-
-BOOL WINAPI NameOfSid(const char*, PSID, char* name, DWORD* size, char* domain, DWORD*, SID_NAME_USE*) {
-    std::memset(name, 'n', *size);
-    std::strcpy(domain, "DOM");
-    return Fits(size);
+    return fits;
 }
 
 }  // namespace
@@ -107,8 +95,18 @@ TEST_CASE("objects own copies, of their own parts too; null and what is no SID l
 
 TEST_CASE("an account gets two look-ups, and the second must answer a SID") {
     kiv::test::SwappedApi<kiv::AccountApi> accounts;
-    accounts->sidOfName = &SidOfName;
-    accounts->nameOfSid = &NameOfSid;
+    accounts->sidOfName = [](LPCSTR, LPCSTR name, PSID sid, LPDWORD size, LPSTR, LPDWORD, SID_NAME_USE*)
+                              WINAPI -> BOOL {
+        std::memset(sid, 0xEE, *size);
+        return name == std::string("somebody") && Fits(*size) &&
+               (g_junk || ::CopySid(*size, sid, CKivSid("S-1-5-21-7")));
+    };
+    accounts->nameOfSid = [](LPCSTR, PSID, LPSTR name, LPDWORD size, LPSTR domain, LPDWORD, SID_NAME_USE*)
+                              WINAPI -> BOOL {
+        std::memset(name, 'n', *size);
+        std::strcpy(domain, "DOM");
+        return Fits(*size);
+    };
     CKivSid sid("S-1-5-18");
     CHECK((sid.GetName() == std::string(200, 'n') && sid.GetDomain() == std::string("DOM")));
     sid = ".\\somebody";

@@ -1,6 +1,5 @@
 #include "support/windows_api.h"
 
-#include <atomic>
 #include <cstring>
 #include <string>
 
@@ -8,7 +7,6 @@
 #include "support/forced_os_family.h"
 #include "support/redirected_key.h"
 #include "support/registry_data.h"
-#include "support/scoped_resource.h"
 #include "support/swapped_api.h"
 #include "support/temp_directory.h"
 #include "system/system_api.h"
@@ -52,13 +50,6 @@ Text TempDirFor(const Text& temp, const Text& tmp, DWORD type = REG_SZ) {
     SetData(user.Handle(), "Temp", type, temp, "Environment");
     SetData(user.Handle(), "Tmp", type, tmp, "Environment");
     return CKivSystem::GetTempDir();
-}
-
-Text ProgramFilesFor(const Text& data, DWORD type = REG_SZ) {
-    const FreshSystemCaches caches;
-    const RedirectedKey machine(HKEY_LOCAL_MACHINE);
-    SetData(machine.Handle(), "ProgramFilesDir", type, data, "Software\\Microsoft\\Windows\\CurrentVersion");
-    return CKivSystem::GetProgramFilesDir();
 }
 
 }  // namespace
@@ -106,9 +97,11 @@ TEST_CASE("folders in the registry are taken when they are texts that fit") {
     CHECK(TempDirFor("C:\\1234\\%KivTestFolder%", "", REG_EXPAND_SZ) == "C:\\1234\\" + Text(251, 'y'));
     CHECK(TempDirFor("C:\\12345\\%KivTestFolder%", "C:\\Other") == platform);  // expanded it does not fit
     ::SetEnvironmentVariableA("KivTestFolder", nullptr);
-    CHECK((ProgramFilesFor("%windir%", REG_EXPAND_SZ) == "%windir%" && ProgramFilesFor("abcd", REG_DWORD).empty()));
-    CHECK((ProgramFilesFor(Text(259, 'x')) == Text(259, 'x') && ProgramFilesFor(Text(260, 'x')).empty()));
-    CHECK(ProgramFilesFor(Text("D:\\P\0junk", 9)) == "D:\\P");
+    const RedirectedKey machine(HKEY_LOCAL_MACHINE);
+    const FreshSystemCaches caches;
+    SetData(machine.Handle(), "ProgramFilesDir", REG_EXPAND_SZ, "%windir%",
+            "Software\\Microsoft\\Windows\\CurrentVersion");
+    CHECK((CKivSystem::GetProgramFilesDir() == Text("%windir%") && Text(CKivSystem::GetCommonFilesDir()).empty()));
 }
 
 TEST_CASE("a drive is asked once and kept by its letter") {
@@ -251,29 +244,4 @@ TEST_CASE("the user's name with the domain is that of the workstation service") 
     CHECK(CKivSystem::GetUserNameA(buffer, 300, true) == static_cast<long>(0x80070520UL));
     api->getUser = nullptr;
     CHECK(CKivSystem::GetUserNameA(buffer, 300, true) == static_cast<long>(0x8007007FUL));
-}
-
-TEST_CASE("threads that ask first at the same time get one and the same whole text") {
-    static std::atomic<int> waiting;
-    const auto ask = [](LPVOID found) WINAPI -> DWORD {  // each text and where it stands
-        for (--waiting; waiting > 0;)
-            ::Sleep(0);
-        for (const auto getter : {CKivSystem::GetSys16Dir, CKivSystem::GetTempDir, CKivSystem::GetOsVersionString}) {
-            const char* text = getter();
-            *static_cast<Text*>(found) += text + std::to_string(reinterpret_cast<ULONG_PTR>(text)) + " ";
-        }
-        return 0;
-    };
-    for (int round = 0; round < 10; ++round) {
-        const FreshSystemCaches caches;
-        Text found[4];
-        kiv::ScopedKernelObject threads[4];
-        waiting = 4;
-        for (int i = 0; i < 4; ++i)
-            threads[i].Reset(::CreateThread(nullptr, 0, ask, &found[i], 0, nullptr));
-        for (int i = 0; i < 4; ++i) {
-            REQUIRE(::WaitForSingleObject(threads[i].Get(), 60000) == WAIT_OBJECT_0);
-            CHECK(found[i] == found[0]);
-        }
-    }
 }

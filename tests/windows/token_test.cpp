@@ -23,16 +23,6 @@ using Lines = std::vector<std::string>;
 
 void* const kCurrent = reinterpret_cast<void*>(static_cast<std::uintptr_t>(0xFFFFFFFFU));
 
-// What the system itself tells of a token: the groups, whose SIDs stand in the same block.
-struct SystemGroups {
-    explicit SystemGroups(HANDLE token) {
-        DWORD size = 0;
-        REQUIRE(::GetTokenInformation(token, TokenGroups, bytes, sizeof bytes, &size));
-    }
-    const TOKEN_GROUPS* operator->() const { return reinterpret_cast<const TOKEN_GROUPS*>(bytes); }
-    alignas(void*) char bytes[4096];
-};
-
 std::string UserText(HANDLE token) {
     alignas(void*) char bytes[256];
     DWORD size = 0;
@@ -59,7 +49,10 @@ public:
 TEST_CASE("a token tells its user and groups") {
     ProcessToken token;
     CHECK(std::string(token.GetOwner()) == UserText(token));
-    const SystemGroups groups(token);
+    alignas(void*) char bytes[4096];
+    DWORD size = 0;
+    REQUIRE(::GetTokenInformation(token, TokenGroups, bytes, sizeof bytes, &size));
+    const auto* groups = reinterpret_cast<const TOKEN_GROUPS*>(bytes);
     const int count = static_cast<int>(groups->GroupCount);
     REQUIRE(token.GetGroupCount() == count);
     for (int i = 0; i < count; ++i)
