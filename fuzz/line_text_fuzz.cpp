@@ -1,8 +1,6 @@
 // The bytes of a text file, as code page and as UTF-16: what is written from its lines reads as the same lines again.
 
-#include <cstdint>
-#include <cstdlib>
-
+#include "require.h"
 #include "support/lines_of_file.h"
 
 namespace {
@@ -21,10 +19,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             all.push_back(line.c_str());
         kiv::HeapBuffer<char> bytes;
         kiv::HeapBuffer<char> wideBytes;
-        if (!kiv::EncodeLines(all.data(), all.size(), bytes) ||
-            !kiv::EncodeWideLines(all.data(), all.size(), AppendWide, wideBytes) ||
-            kiv::test::LinesOfFile(bytes.Text(), false) != lines)
-            std::abort();
+        Require(kiv::EncodeLines(all.data(), all.size(), bytes));
+        Require(kiv::EncodeWideLines(all.data(), all.size(), AppendWide, wideBytes));
+        Require(kiv::test::LinesOfFile(bytes.Text(), false) == lines);
     }
     return 0;
 }

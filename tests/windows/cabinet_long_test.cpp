@@ -9,6 +9,7 @@
 #include "support/check.h"
 #include "support/scoped_resource.h"
 #include "support/temp_directory.h"
+#include "tavkivut/crc32.h"
 
 #include <psapi.h>
 
@@ -20,31 +21,24 @@ constexpr unsigned kMegabyte = 1024 * 1024;
 constexpr unsigned kMegabytes = 600;
 
 // Bytes that do not pack.
-std::string Noise(std::uint64_t seed) {
-    std::string bytes(kMegabyte, '\0');
-    for (char& byte : bytes) {
-        seed = seed * 6364136223846793005u + 1442695040888963407u;
-        byte = static_cast<char>(seed >> 56);
-    }
-    return bytes;
-}
-
 void WriteNoise(const std::string& path) {
     const kiv::ScopedFile file(::CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
+    std::uint64_t seed = 0;
+    std::string bytes(kMegabyte, '\0');
     DWORD written = 0;
-    for (unsigned i = 0; i < kMegabytes; ++i)
-        REQUIRE(::WriteFile(file.Get(), Noise(i).data(), kMegabyte, &written, nullptr));
+    for (unsigned i = 0; i < kMegabytes; ++i) {
+        for (char& byte : bytes) {
+            seed = seed * 6364136223846793005u + 1442695040888963407u;
+            byte = static_cast<char>(seed >> 56);
+        }
+        REQUIRE(::WriteFile(file.Get(), bytes.data(), kMegabyte, &written, nullptr));
+    }
 }
 
-bool IsNoise(const std::string& path) {
-    const kiv::ScopedFile file(::CreateFileA(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
-    std::string bytes(kMegabyte, '\0');
-    DWORD read = 0;
-    for (unsigned i = 0; i < kMegabytes; ++i) {
-        if (!::ReadFile(file.Get(), bytes.data(), kMegabyte, &read, nullptr) || bytes != Noise(i))
-            return false;
-    }
-    return ::GetFileSize(file.Get(), nullptr) == kMegabytes * kMegabyte;
+unsigned long ChecksumOf(const std::string& path) {
+    unsigned long crc = 0;
+    CHECK(CKivCrc32::FromFile(path.c_str(), crc) == NO_ERROR);
+    return crc;
 }
 
 std::size_t PeakMemory() {
@@ -80,7 +74,7 @@ TEST_CASE("600 MB go on in a second cabinet, are read with it, and need little m
     REQUIRE(holder.file);
     REQUIRE(archive.Open((folder / "set.cab").c_str()) == 1);
     CHECK(archive.Extract((folder / "out").c_str(), nullptr, nullptr) == 1);
-    CHECK(IsNoise(folder / "out\\big"));
+    CHECK(ChecksumOf(folder / "out\\big") == ChecksumOf(big));
     CHECK(PeakMemory() - before <= 64 * kMegabyte);
     holder.file.Reset();
     CHECK(archive.Close() == 1);

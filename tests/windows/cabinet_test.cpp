@@ -146,13 +146,12 @@ TEST_CASE("what is stored comes back with its name, times and attributes, and th
                 "1  Successfully opened archive '" + path +
                     "'\n\n   Total length of archive      : " + std::to_string(ReadFileBytes(path).size()) +
                     " Bytes\n   Number of files in archive   : 2\n   Archive vendor               : TAV AG\n"});
-    Names entries;
     Names names;
-    CHECK(archive.EnumEntries(KeepEntry, &entries) == 1);
-    CHECK(entries == Names{"sub\\big.bin 40000 58e3 8a5b 23", "none 0 58e3 8a5b 20"});
+    CHECK(archive.EnumEntries(KeepEntry, &names) == 1);
     CHECK(archive.EnumContent(KeepNameAndEnd, &names) == 1);
     CHECK(archive.Extract((folder / "out\\deep").c_str(), KeepName, &names) == 1);
-    CHECK(names == Names{"sub\\big.bin", "none", "sub\\big.bin", "none"});
+    CHECK(names == Names{"sub\\big.bin 40000 58e3 8a5b 23", "none 0 58e3 8a5b 20", "sub\\big.bin", "none",
+                         "sub\\big.bin", "none"});
     CHECK(ReadFileBytes(folder / "out\\deep\\sub\\big.bin") == ReadFileBytes(big));
     CHECK((::GetFileAttributesA((folder / "out\\deep\\sub\\big.bin").c_str()) & 0x27) == 0x23);
     CHECK(archive.GetDefaultExtension() == std::string("cab"));
@@ -327,13 +326,8 @@ TEST_CASE("copies share what is open, whichever goes first") {
 namespace {
 
 template <class Result, class... Arguments>
-Result DIAMONDAPI FailingCall(Arguments...) {
-    return Result();
-}
-
-template <class Result, class... Arguments>
 void Break(Result(DIAMONDAPI*& call)(Arguments...)) {
-    call = FailingCall<Result, Arguments...>;
+    call = [](Arguments...) DIAMONDAPI -> Result { return Result(); };
 }
 
 }  // namespace

@@ -25,7 +25,6 @@
 #include "tavkivut/security.h"
 #include "tavkivut/system.h"
 
-using kiv::test::ReadFileBytes;
 using kiv::test::RecordingLog;
 using kiv::test::ScriptedClock;
 using kiv::test::SwappedApi;
@@ -47,10 +46,6 @@ namespace {
 constexpr char kName[] = "TAVInstallerSvc";
 constexpr char kGeneral[] = "HKLM\\Software\\TAV\\TAVSetup\\General";
 
-std::string Wksta(const char* name) {
-    return std::string(CKivSystem::GetWinDir()) + "\\TAVwksta\\" + name;
-}
-
 Lines Concat(Lines first, const Lines& second) {
     first.insert(first.end(), second.begin(), second.end());
     return first;
@@ -61,11 +56,6 @@ Lines RightLines(const std::string& account, bool granted) {
     const std::string start = granted ? "1  Security : allowed " : "1E Security : failed to allow ";
     return {start + account + " to logon as service", start + account + " to logon interactively",
             start + account + " to act as part of system", start + account + " to replace process-level token"};
-}
-
-std::string ThisUser() {
-    CKivSid user = CKivSid::FromProcessUser(::GetCurrentProcess());
-    return user.GetName();
 }
 
 // The service as the system has it. It and the workstation directory are gone at the end.
@@ -84,7 +74,7 @@ struct Installed {
         }
         CHECK(service.Delete());
         CKivRegKey(nullptr, kGeneral)["TAVwkstaPath"].remove();
-        kiv::test::RemoveTree(Wksta(""));
+        kiv::test::RemoveTree(CKivSystem::GetWinDir() + std::string("\\TAVwksta"));
     }
 
     DWORD State() const {
@@ -99,19 +89,10 @@ struct Installed {
     }
 };
 
-// A function of a table that is refused.
-template <class Function>
-struct Refusal;
+// Puts a function in a table that is refused.
 template <class Result, class... Parameters>
-struct Refusal<Result(WINAPI*)(Parameters...)> {
-    static Result WINAPI Call(Parameters...) {
-        ::SetLastError(ERROR_ACCESS_DENIED);
-        return Result{};
-    }
-};
-template <class Function>
-void Refuse(Function& function) {
-    function = Refusal<Function>::Call;
+void Refuse(Result(WINAPI*& function)(Parameters...)) {
+    function = [](Parameters...) WINAPI -> Result { return ::SetLastError(ERROR_ACCESS_DENIED), Result{}; };
 }
 
 }  // namespace
@@ -198,7 +179,8 @@ TEST_CASE("a service stops, or takes its time") {
     SwappedApi<kiv::ClockApi> quickClock;
     quickClock->sleep = SleepShortly;
     CHECK(service.IsStopped() == 0);
-    std::string account = ".\\" + ThisUser();
+    CKivSid user = CKivSid::FromProcessUser(::GetCurrentProcess());
+    std::string account = std::string(".\\") + user.GetName();
     std::string password = "a password that no line shows";
     CHECK(service.InstallService(account.data(), password.data(), SERVICE_AUTO_START) == 0);
     const std::string change = "1  The service is allready installed; user and pwd will be changed";
@@ -267,22 +249,17 @@ TEST_CASE("a start is repeated as long as the service database is locked") {
 }
 
 TEST_CASE("an update that cannot begin changes nothing") {
-    const struct {
-        const char* config;
-        std::string last;
-    } rows[] = {
-        {"[Other]\r\na=b\r\n", "1E CKivInstallService::MakeUptodate: No Files to install found in cfg file"},
-        {"[Files]\r\na=b\r\n", "1E Could not open remote SCM; Service installation must be aborted"},
-    };
-    for (const auto& row : rows) {
-        const Server server(row.config);
+    const auto failure = [](const char* config) {
+        const Server server(config);
         const RecordingLog log;
         SwappedApi<kiv::ServiceApi> services;
         Refuse(services->openManager);
         CHECK(TheService().MakeUptodate() == kFail);
-        CHECK(log.Lines().back() == row.last);
-    }
-    const Server server("[Files]\r\na=b\r\n");
+        return log.Lines().back();
+    };
+    CHECK(failure("[Other]\r\na=b\r\n") ==
+          "1E CKivInstallService::MakeUptodate: No Files to install found in cfg file");
+    CHECK(failure("[Files]\r\na=b\r\n") == "1E Could not open remote SCM; Service installation must be aborted");
     CKivRegKey refusing;
     REQUIRE(refusing.create("HKLM\\Software\\TavShareStandIn\\refusing", KEY_ALL_ACCESS, REG_OPTION_VOLATILE));
     refusing["Refuse"] = 1UL;

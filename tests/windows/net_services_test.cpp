@@ -87,7 +87,6 @@ TEST_CASE("entries are added, changed and removed, and nothing is left behind") 
         CKivNetServiceConfig::setServiceName(config.at(1), nullptr);
         CKivNetServiceConfig::setPort(config.at(4), -1);
         CKivNetServiceConfig::setProtocol(config.at(4), "sctp");
-        CKivNetServiceConfig::setPort(nullptr, 1);
         NETSERVICE* first = config.at(0);
         NETSERVICE foreign{};
         NETSERVICE* other = &foreign;

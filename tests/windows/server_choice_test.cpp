@@ -243,7 +243,7 @@ TEST_CASE("after the time-out what came in decides, and late probes free their r
 }
 
 TEST_CASE("at most 64 servers are measured, and nothing of them is left behind") {
-    for (const std::size_t count : {0u, 1u, 64u, 65u, 300u}) {
+    for (const std::size_t count : {0u, 1u, 65u}) {
         CAPTURE(count);
         std::vector<FakeServer> listed(count, {10, kLacking});
         for (const std::size_t available : {0u, 1u, 63u, 64u}) {

@@ -103,8 +103,7 @@ TEST_CASE("a service is made, configured, listed, run, stopped and removed") {
         std::free(security);
 
         g_listed.clear();
-        CHECK(service.EnumDependents(SERVICE_STATE_ALL, 0, Note<ENUM_SERVICE_STATUSA>));
-        CHECK(g_listed.empty());
+        CHECK((service.EnumDependents(SERVICE_STATE_ALL, 0, Note<ENUM_SERVICE_STATUSA>) && g_listed.empty()));
         CHECK(test.manager.EnumServices(SERVICE_WIN32, SERVICE_STATE_ALL, 0, Note<ENUM_SERVICE_STATUSA>));
         const Lines all = std::exchange(g_listed, Lines());
         CHECK(std::count(all.begin(), all.end(), test.name) == 1);
@@ -151,6 +150,7 @@ TEST_CASE("the wait for a stop ends with the state, the time or a failure") {
         {{{kEnds, 400}, {kEnds, 400}, {kEnds, 400}, {kEnds, 0}}, 1000, ERROR_TIMEOUT, {400, 400, 200}},
         {{{kEnds, 7}, {kEnds, 7}}, 0, ERROR_TIMEOUT, {0}},
         {{{kEnds, 80}, {SERVICE_RUNNING, 0}}, 50, ERROR_TIMEOUT, {50}},
+        {{{kEnds, 80}, {SERVICE_STOPPED, 0}}, 50, 0, {50}},
     };
     for (const auto& row : rows) {
         CAPTURE(row.sleeps.size());

@@ -9,6 +9,7 @@
 #include "support/check.h"
 #include "support/forced_os_family.h"
 #include "support/recording_log.h"
+#include "support/registry_data.h"
 #include "support/sddl_text.h"
 #include "support/swapped_api.h"
 #include "support/temp_directory.h"
@@ -71,14 +72,11 @@ TEST_CASE("a share of exactly that directory is used and stays") {
     const std::string upper = "C:/" + jobs.Path().substr(3) + "\\";
     for (const std::string& computer : {std::string(), std::string("."), OwnServer()}) {
         CKivRemoteShare share(computer.c_str());
-        REQUIRE(share.SetLocalPath(upper.c_str()));
-        REQUIRE(share.OpenShare());
-        CHECK(share.GetUNCName() == OwnServer() + "\\KivJobs");
-        CHECK_FALSE(share.IsOwn());
+        REQUIRE((share.SetLocalPath(upper.c_str()) && share.OpenShare()));
+        CHECK((share.GetUNCName() == OwnServer() + "\\KivJobs" && !share.IsOwn()));
         kiv::test::WriteFileBytes(share.GetUNCName() + std::string("\\a.txt"), "through the share");
         CHECK(kiv::test::ReadFileBytes(jobs / "a.txt") == "through the share");
-        CHECK(share.CloseShare());
-        CHECK(share.GetUNCName() == std::string());
+        CHECK((share.CloseShare() && share.GetUNCName() == std::string()));
     }
 }
 
@@ -92,20 +90,15 @@ TEST_CASE("without one a hidden share is made, which goes with the object") {
         for (CKivRemoteShare* share : {&first, &second}) {
             share->SetLocalPath(jobs.Path().c_str());
             REQUIRE(share->OpenShare());
-            CHECK(share->IsOwn());
-            CHECK(share->GetLocalPath() == jobs.Path());
+            CHECK((share->IsOwn() && share->GetLocalPath() == jobs.Path()));
         }
         CHECK(std::string(first.GetUNCName()) != second.GetUNCName());
         name = std::string(first.GetUNCName()).substr(OwnServer().size() + 1);
-        CHECK(name.back() == '$');
-        CHECK(LocalPathOf(first.GetUNCName()) == jobs.Path());
-
+        CHECK((name.back() == '$' && LocalPathOf(first.GetUNCName()) == jobs.Path()));
         const std::string kept = "HKLM\\Software\\TavShareStandIn" + OwnServer().substr(1) + "\\" + name;
         const CKivRegKey key(nullptr, kept.c_str());
-        char security[256];
-        DWORD size = sizeof security;
-        REQUIRE(::RegQueryValueExA(key, "Security", nullptr, nullptr, reinterpret_cast<BYTE*>(security), &size) == 0);
-        CHECK(kiv::test::SddlOf(security, DACL_SECURITY_INFORMATION) == "D:(A;;FA;;;BA)(A;;0x1200a9;;;WD)");
+        std::string security = kiv::test::Data(key, "Security").substr(2);
+        CHECK(kiv::test::SddlOf(security.data(), DACL_SECURITY_INFORMATION) == "D:(A;;FA;;;BA)(A;;0x1200a9;;;WD)");
     }
     CHECK(LocalPathOf(OwnServer() + "\\" + name) == std::to_string(NERR_NetNameNotFound));
     CHECK(log.Lines().empty());
@@ -114,36 +107,23 @@ TEST_CASE("without one a hidden share is made, which goes with the object") {
 TEST_CASE("a name in use is not taken, and a share that cannot be made says why") {
     const TempDirectory jobs;
     CKivRemoteShare share;
-    share.SetLocalPath(jobs.Path().c_str());
+    const auto failure = [&share](const char* path) {
+        return share.SetLocalPath(path) && share.OpenShare() ? NO_ERROR : ::GetLastError();
+    };
     {
         SwappedApi<kiv::NetApi> net;
         g_add = net->shareAdd;
         net->shareAdd = AddWhenFree;
         g_duplicates = 15;
-        CHECK(share.OpenShare());
+        CHECK(failure(jobs.Path().c_str()) == NO_ERROR);
         g_duplicates = 16;
-        CHECK_FALSE(share.OpenShare());
-        CHECK(::GetLastError() == NERR_DuplicateShare);
+        CHECK(failure(jobs.Path().c_str()) == NERR_DuplicateShare);
         net->shareAdd = nullptr;
-        CHECK_FALSE(share.OpenShare());
-        CHECK(::GetLastError() == ERROR_PROC_NOT_FOUND);
+        CHECK(failure(jobs.Path().c_str()) == ERROR_PROC_NOT_FOUND);
     }
-    for (const char* path : {"", "\\\\host\\share", "C:relative\\missing"}) {
-        share.SetLocalPath(path);
-        CHECK_FALSE(share.OpenShare());
-        CHECK(::GetLastError() == (path[0] == 'C' ? NERR_UnknownDevDir : ERROR_BAD_PATHNAME));
-    }
-    CHECK_FALSE(share.SetLocalPath(nullptr));
-    CHECK_FALSE(share.SetDirToShare(static_cast<enumDirToShare>(7)));
-    CHECK_FALSE(share.IsOpen());
-
-    CKivRegKey refusing;
-    REQUIRE(refusing.create("HKLM\\Software\\TavShareStandIn\\refusing", KEY_ALL_ACCESS, REG_OPTION_VOLATILE));
-    refusing["Refuse"] = 1UL;
-    CKivRemoteShare refused("refusing");
-    refused.SetLocalPath("C:\\");
-    CHECK_FALSE(refused.OpenShare());
-    CHECK(::GetLastError() == ERROR_ACCESS_DENIED);
+    CHECK((failure("") == ERROR_BAD_PATHNAME && failure("\\\\host\\share") == ERROR_BAD_PATHNAME));
+    CHECK(failure("C:relative\\missing") == NERR_UnknownDevDir);
+    CHECK_FALSE((share.SetLocalPath(nullptr) || share.SetDirToShare(static_cast<enumDirToShare>(7)) || share.IsOpen()));
 }
 
 TEST_CASE("the directory that holds the workstation directory is found in the registry") {
@@ -165,21 +145,16 @@ TEST_CASE("the directory that holds the workstation directory is found in the re
             general["TAVwkstaPath"] = row.configured;
         CKivRemoteShare share(CKivSystem::GetComputerNameA());
         share.SetDirToShare(DIR_WORKSTATION_BASE);
-        if (!share.OpenShare())
-            CHECK(std::to_string(::GetLastError()) == row.directory);
-        else
-            CHECK(share.GetLocalPath() == row.directory);
+        CHECK((share.OpenShare() ? share.GetLocalPath() : std::to_string(::GetLastError())) == row.directory);
         general["TAVwkstaPath"].remove();
     }
 }
 
 TEST_CASE("a share path has a local path where the system tells it") {
-    CHECK(LocalPathOf(OwnServer() + "\\ADMIN$\\System32\\a.txt") ==
-          CKivSystem::GetWinDir() + std::string("\\System32\\a.txt"));
-    CHECK(LocalPathOf(OwnServer() + "\\c$") == "C:\\");
-    CHECK(LocalPathOf(OwnServer() + "\\C$\\a") == "C:\\a");
-    CHECK(LocalPathOf("C:\\a") == std::to_string(ERROR_BAD_DEVICE));
-    CHECK(LocalPathOf(OwnServer()) == std::to_string(ERROR_BAD_DEVICE));
+    CHECK(LocalPathOf(OwnServer() + "\\ADMIN$\\a") == CKivSystem::GetWinDir() + std::string("\\a"));
+    CHECK((LocalPathOf(OwnServer() + "\\c$") == "C:\\" && LocalPathOf(OwnServer() + "\\C$\\a") == "C:\\a"));
+    for (const std::string& noShare : {std::string("C:\\a"), OwnServer()})
+        CHECK(LocalPathOf(noShare) == std::to_string(ERROR_BAD_DEVICE));
     char local[5] = "left";
     CHECK(CKivRemoteWksta::GetWkstaLocalPath((OwnServer() + "\\C$\\ab").c_str(), local, sizeof local) == 0);
     CHECK(::GetLastError() == ERROR_MORE_DATA);
