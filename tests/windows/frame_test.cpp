@@ -1,8 +1,11 @@
 #include "tavkivut/frame.h"
 
 #include <cstddef>
+#include <string>
+#include <vector>
 
 #include "support/check.h"
+#include "support/recording_log.h"
 #include "support/windows_api.h"
 
 struct CriticalSectionMethodHelperLayout {
@@ -20,6 +23,21 @@ bool IsFree(const CRITICAL_SECTION& section) {
 }
 
 }  // namespace
+
+// First, before any other test clears the record.
+TEST_CASE("loading and unloading the library writes one line of detail each") {
+    using Lines = std::vector<std::string>;
+    const std::string loaded = "3  Utilities Library initialized (ANSI Release build)";
+    CHECK(kiv::test::RecordedLines() == Lines{loaded});
+    // A second copy under another name is loaded and unloaded; the first stays for the other tests.
+    REQUIRE(::CopyFileA("tavkivut.dll", "tavkivut_unload.dll", FALSE));
+    const kiv::test::RecordingLog log;
+    const HMODULE copy = ::LoadLibraryA("tavkivut_unload.dll");
+    REQUIRE(copy != nullptr);
+    ::FreeLibrary(copy);
+    ::DeleteFileA("tavkivut_unload.dll");
+    CHECK(log.Lines() == Lines{loaded, "3  Utilities Library shutdown"});
+}
 
 TEST_CASE("an empty command line gives null and leaves the count alone") {
     int argc = -1;
