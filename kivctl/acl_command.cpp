@@ -66,34 +66,33 @@ void ShowEffectiveRights(const Options& options) {
 
 }  // namespace
 
-void AddAclCommand(CLI::App& app) {
+void AddAclCommand(Command program) {
     auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("acl", "Access lists in their text form: {type-flags-0xmask-[sid]}-...");
-    command->require_subcommand(1);
+    Command command = program.AddGroup("acl", "Access lists in their text form: {type-flags-0xmask-[sid]}-...");
     const auto add = [&](const char* name, const char* description, void (*run)(const Options&)) {
-        CLI::App* action = command->add_subcommand(name, description);
-        action->add_option("text", options->text, "the list")->required();
-        action->callback([options, run] {
+        Command action = command.AddCommand(name, description);
+        action.AddOption("text", options->text, "the list").Required();
+        action.SetAction([options, run] {
             RequireNtFamily();
             run(*options);
         });
         return action;
     };
-    const auto withKind = [&](CLI::App* action) {
-        action->add_option("--for", options->kind, "name the rights as those of such an object")
-            ->check(CLI::IsMember({"file", "key", "service"}));
+    const auto withKind = [&](Command action) {
+        action.AddOption("--for", options->kind, "name the rights as those of such an object")
+            .OneOf({"file", "key", "service"});
         return action;
     };
-    const auto withJson = [&](CLI::App* action) { action->add_flag("--json", options->json, "answer as JSON"); };
+    const auto withJson = [&](Command action) { action.AddFlag("--json", options->json, "answer as JSON"); };
 
     withJson(withKind(add("parse", "Shows the entries that the library reads.", Parse)));
     add("print", "Prints the text that the library writes.", Print);
     withKind(add("dump", "Shows every right of every entry.", Dump))
-        ->add_flag("--log", options->log, "write the library's dump to the log as well");
+        .AddFlag("--log", options->log, "write the library's dump to the log as well");
     add("order", "Prints the list in the preferred order: own before inherited, denied before allowed.", Order);
-    CLI::App* rights =
+    Command rights =
         add("rights", "Shows what the system says that the list grants to an account.", ShowEffectiveRights);
-    rights->add_option("account", options->account, "account on this machine, as name or SID")->required();
+    rights.AddOption("account", options->account, "account on this machine, as name or SID").Required();
     withJson(withKind(rights));
 }
 

@@ -58,14 +58,14 @@ void Show(const Options& options) {
 
 }  // namespace
 
-void AddArgsCommand(CLI::App& app) {
+void AddArgsCommand(Command program) {
     const auto options = std::make_shared<Options>();
-    CLI::App* args =
-        app.add_subcommand("args", "Shows how a command line is split, and the options (/name:value) that it holds.");
-    args->allow_windows_style_options(false);
-    args->add_option("LINE", options->line, "the whole line, the program first; - reads it from the input")->required();
-    args->add_flag("--json", options->json, "answer as JSON");
-    args->callback([options] { Show(*options); });
+    Command args =
+        program.AddCommand("args", "Shows how a command line is split, and the options (/name:value) that it holds.");
+    args.RefuseSlashOptions();
+    args.AddOption("LINE", options->line, "the whole line, the program first; - reads it from the input").Required();
+    args.AddFlag("--json", options->json, "answer as JSON");
+    args.SetAction([options] { Show(*options); });
 }
 
 }  // namespace kivctl

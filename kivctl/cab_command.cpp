@@ -170,30 +170,29 @@ void Test(const Options& options) {
     std::cout << options.cabinet << ": " << Files(cabinet.Entries().size()) << ", all sound\n";
 }
 
-CLI::App* AddAction(CLI::App& cab, const char* name, const char* help, const SharedOptions& options,
-                    void (*action)(const Options&)) {
-    CLI::App* command = cab.add_subcommand(name, help);
-    command->add_option("CABINET", options->cabinet)->required();
-    command->callback([options, action] { action(*options); });
+Command AddAction(Command cab, const char* name, const char* help, const SharedOptions& options,
+                  void (*action)(const Options&)) {
+    Command command = cab.AddCommand(name, help);
+    command.AddOption("CABINET", options->cabinet).Required();
+    command.SetAction([options, action] { action(*options); });
     return command;
 }
 
 }  // namespace
 
-void AddCabCommand(CLI::App& app) {
+void AddCabCommand(Command program) {
     const auto options = std::make_shared<Options>();
-    CLI::App* cab = app.add_subcommand("cab", "Makes, lists, tests and extracts cabinets.");
-    cab->require_subcommand(1);
-    CLI::App* create = AddAction(
-        *cab, "create", "Makes a cabinet of files, under their names, and of what is below folders.", options, Create);
-    create->add_option("SOURCE", options->sources, "files and folders")->required();
-    AddAction(*cab, "list", "Shows what a cabinet holds.", options, List)
-        ->add_flag("--json", options->json, "answer as JSON");
-    CLI::App* extract = AddAction(
-        *cab, "extract", "Extracts all files, or one, into a folder; existing ones are replaced.", options, Extract);
-    extract->add_option("FOLDER", options->folder, "made when it is missing")->required();
-    extract->add_option("NAME", options->name, "the only file to extract");
-    AddAction(*cab, "test", "Unpacks every file without writing it; exit code 1 unless all are sound.", options, Test);
+    Command cab = program.AddGroup("cab", "Makes, lists, tests and extracts cabinets.");
+    Command create = AddAction(
+        cab, "create", "Makes a cabinet of files, under their names, and of what is below folders.", options, Create);
+    create.AddOption("SOURCE", options->sources, "files and folders").Required();
+    AddAction(cab, "list", "Shows what a cabinet holds.", options, List)
+        .AddFlag("--json", options->json, "answer as JSON");
+    Command extract = AddAction(
+        cab, "extract", "Extracts all files, or one, into a folder; existing ones are replaced.", options, Extract);
+    extract.AddOption("FOLDER", options->folder, "made when it is missing").Required();
+    extract.AddOption("NAME", options->name, "the only file to extract");
+    AddAction(cab, "test", "Unpacks every file without writing it; exit code 1 unless all are sound.", options, Test);
 }
 
 }  // namespace kivctl

@@ -1,38 +1,36 @@
 #ifndef KIVCTL_COMMANDS_H
 #define KIVCTL_COMMANDS_H
 
-namespace CLI {
-class App;
-}
-
 namespace kivctl {
+
+class Command;
 
 // Each family adds its subcommand to the program, in a file of its own. Only main.cpp reads this list, so that a
 // further subcommand costs the others no compilation.
-void AddAclCommand(CLI::App& app);
-void AddArgsCommand(CLI::App& app);
-void AddCabCommand(CLI::App& app);
-void AddConfigCommand(CLI::App& app);
-void AddCrcCommand(CLI::App& app);
-void AddDeployCommand(CLI::App& app);
-void AddDsCommand(CLI::App& app);
-void AddFileCommand(CLI::App& app);
-void AddIniCommand(CLI::App& app);
-void AddIpcCommand(CLI::App& app);
-void AddJavaCommand(CLI::App& app);
-void AddLinesCommand(CLI::App& app);
-void AddPrivilegeCommand(CLI::App& app);
-void AddRegCommand(CLI::App& app);
-void AddRegexpCommand(CLI::App& app);
-void AddRightCommand(CLI::App& app);
-void AddSdCommand(CLI::App& app);
-void AddServerCommand(CLI::App& app);
-void AddServiceCommand(CLI::App& app);
-void AddServicesFileCommand(CLI::App& app);
-void AddSidCommand(CLI::App& app);
-void AddSystemCommand(CLI::App& app);
-void AddTokenCommand(CLI::App& app);
-void AddXmlCommand(CLI::App& app);
+void AddAclCommand(Command program);
+void AddArgsCommand(Command program);
+void AddCabCommand(Command program);
+void AddConfigCommand(Command program);
+void AddCrcCommand(Command program);
+void AddDeployCommand(Command program);
+void AddDsCommand(Command program);
+void AddFileCommand(Command program);
+void AddIniCommand(Command program);
+void AddIpcCommand(Command program);
+void AddJavaCommand(Command program);
+void AddLinesCommand(Command program);
+void AddPrivilegeCommand(Command program);
+void AddRegCommand(Command program);
+void AddRegexpCommand(Command program);
+void AddRightCommand(Command program);
+void AddSdCommand(Command program);
+void AddServerCommand(Command program);
+void AddServiceCommand(Command program);
+void AddServicesFileCommand(Command program);
+void AddSidCommand(Command program);
+void AddSystemCommand(Command program);
+void AddTokenCommand(Command program);
+void AddXmlCommand(Command program);
 
 }  // namespace kivctl
 

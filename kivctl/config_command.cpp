@@ -150,37 +150,36 @@ void Refresh(const Options& options) {
         std::cout << (refreshed ? "refreshed" : "up to date, or no newer file") << "\n";
 }
 
-CLI::App* AddSettingCommand(CLI::App& config, const char* name, const char* help,
-                            const std::shared_ptr<Options>& options, void (*run)(const Options&)) {
-    CLI::App* command = config.add_subcommand(name, help);
-    command->add_option("SECTION", options->section)->required();
-    command->add_option("KEY", options->key)->required();
-    command->add_flag("--encrypted", options->encrypted, "the setting is kept encrypted");
-    command->callback([options, run] { run(*options); });
+Command AddSettingCommand(Command config, const char* name, const char* help, const std::shared_ptr<Options>& options,
+                          void (*run)(const Options&)) {
+    Command command = config.AddCommand(name, help);
+    command.AddOption("SECTION", options->section).Required();
+    command.AddOption("KEY", options->key).Required();
+    command.AddFlag("--encrypted", options->encrypted, "the setting is kept encrypted");
+    command.SetAction([options, run] { run(*options); });
     return command;
 }
 
 }  // namespace
 
-void AddConfigCommand(CLI::App& app) {
+void AddConfigCommand(Command program) {
     const auto options = std::make_shared<Options>();
-    CLI::App* config = app.add_subcommand("config", "Reads and writes the installer's settings.");
-    config->require_subcommand(1);
+    Command config = program.AddGroup("config", "Reads and writes the installer's settings.");
 
-    CLI::App* show = config->add_subcommand("show", "Shows all settings, or those of one section.");
-    show->add_option("SECTION", options->section);
-    show->add_flag("--json", options->json, "answer as JSON");
-    show->callback([options] { Show(*options); });
+    Command show = config.AddCommand("show", "Shows all settings, or those of one section.");
+    show.AddOption("SECTION", options->section);
+    show.AddFlag("--json", options->json, "answer as JSON");
+    show.SetAction([options] { Show(*options); });
 
-    AddSettingCommand(*config, "get", "Shows one setting.", options, Get)
-        ->add_flag("--json", options->json, "answer as JSON");
-    CLI::App* set = AddSettingCommand(*config, "set", "Writes one setting to the registry.", options, Set);
-    set->add_option("VALUE", options->value, "the new value; - reads it from the input")->required();
-    set->add_flag("--files", options->files, "also into the local file and the files of all installation servers");
+    AddSettingCommand(config, "get", "Shows one setting.", options, Get)
+        .AddFlag("--json", options->json, "answer as JSON");
+    Command set = AddSettingCommand(config, "set", "Writes one setting to the registry.", options, Set);
+    set.AddOption("VALUE", options->value, "the new value; - reads it from the input").Required();
+    set.AddFlag("--files", options->files, "also into the local file and the files of all installation servers");
 
-    CLI::App* refresh = config->add_subcommand("refresh", "Brings the registry in step with the configuration file.");
-    refresh->add_flag("--json", options->json, "answer as JSON");
-    refresh->callback([options] { Refresh(*options); });
+    Command refresh = config.AddCommand("refresh", "Brings the registry in step with the configuration file.");
+    refresh.AddFlag("--json", options->json, "answer as JSON");
+    refresh.SetAction([options] { Refresh(*options); });
 }
 
 }  // namespace kivctl

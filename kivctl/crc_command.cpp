@@ -94,32 +94,31 @@ void Text(const Options& options) {
         std::cout << Hex(crc) << "\n";
 }
 
-CLI::App* AddAction(CLI::App& crc, const char* name, const char* help, const SharedOptions& options) {
-    CLI::App* command = crc.add_subcommand(name, help);
-    command->add_flag("--json", options->json, "answer as JSON");
+Command AddAction(Command crc, const char* name, const char* help, const SharedOptions& options) {
+    Command command = crc.AddCommand(name, help);
+    command.AddFlag("--json", options->json, "answer as JSON");
     return command;
 }
 
-void AddFileAction(CLI::App& crc, const char* name, const char* help, const SharedOptions& options,
+void AddFileAction(Command crc, const char* name, const char* help, const SharedOptions& options,
                    Answer (*ask)(const std::string&, unsigned long)) {
-    CLI::App* command = AddAction(crc, name, help, options);
-    command->add_option("FILE", options->files)->required();
-    command->callback([options, ask] { ForEachFile(*options, ask); });
+    Command command = AddAction(crc, name, help, options);
+    command.AddOption("FILE", options->files).Required();
+    command.SetAction([options, ask] { ForEachFile(*options, ask); });
 }
 
 }  // namespace
 
-void AddCrcCommand(CLI::App& app) {
+void AddCrcCommand(Command program) {
     const auto options = std::make_shared<Options>();
-    CLI::App* crc = app.add_subcommand("crc", "Computes CRC-32 checksums; signs files and tells which were changed.");
-    crc->require_subcommand(1);
-    AddFileAction(*crc, "file", "Shows the checksums of files.", options, Checksum);
-    CLI::App* text = AddAction(*crc, "text", "Shows the checksum of a text.", options);
-    text->add_option("TEXT", options->text)->required();
-    text->callback([options] { Text(*options); });
-    AddFileAction(*crc, "sign", "Records checksums in the hidden folder \"signatures\" beside each file.", options,
+    Command crc = program.AddGroup("crc", "Computes CRC-32 checksums; signs files and tells which were changed.");
+    AddFileAction(crc, "file", "Shows the checksums of files.", options, Checksum);
+    Command text = AddAction(crc, "text", "Shows the checksum of a text.", options);
+    text.AddOption("TEXT", options->text).Required();
+    text.SetAction([options] { Text(*options); });
+    AddFileAction(crc, "sign", "Records checksums in the hidden folder \"signatures\" beside each file.", options,
                   Sign);
-    AddFileAction(*crc, "verify", "Compares files with their signatures; exit code 1 unless all are original.", options,
+    AddFileAction(crc, "verify", "Compares files with their signatures; exit code 1 unless all are original.", options,
                   Verify);
 }
 

@@ -216,51 +216,50 @@ void Status(const Options& options) {
 
 using SharedOptions = std::shared_ptr<Options>;
 
-CLI::App* AddAction(CLI::App& deploy, const char* name, const char* help, const SharedOptions& options,
-                    void (*run)(const Options&)) {
-    CLI::App* command = deploy.add_subcommand(name, help);
-    command->add_option("--computer", options->computer, "that computer, \".\" is this one; without it: this one");
-    command->callback([options, run] { run(*options); });
+Command AddAction(Command deploy, const char* name, const char* help, const SharedOptions& options,
+                  void (*run)(const Options&)) {
+    Command command = deploy.AddCommand(name, help);
+    command.AddOption("--computer", options->computer, "that computer, \".\" is this one; without it: this one");
+    command.SetAction([options, run] { run(*options); });
     return command;
 }
 
-void AddArguments(CLI::App& command, const SharedOptions& options) {
-    command.add_option("--arguments", options->arguments, "one text with the start arguments of the service");
+void AddArguments(Command command, const SharedOptions& options) {
+    command.AddOption("--arguments", options->arguments, "one text with the start arguments of the service");
 }
 
 }  // namespace
 
-void AddDeployCommand(CLI::App& app) {
+void AddDeployCommand(Command program) {
     const auto options = std::make_shared<Options>();
-    CLI::App* deploy = app.add_subcommand("deploy", "The installer service on this computer or another.");
-    deploy->require_subcommand(1);
+    Command deploy = program.AddGroup("deploy", "The installer service on this computer or another.");
 
-    CLI::App* install = AddAction(*deploy, "install",
-                                  "Installs it: without --computer from this program's folder, overwriting; with it "
-                                  "from the installation server, what is newer.",
-                                  options, Install);
-    install->add_option("--account", options->account, "the account that it runs under; it gets its rights");
-    install->add_flag("--password", options->password, "read the account's password from the standard input");
-    install->add_option("--start-type", options->startType)->check(CLI::IsMember({"auto", "demand", "disabled"}));
-    install->add_flag("--everyone", options->everyone, "open it to everyone, who may then change it too");
-    install->add_flag("--start", options->start, "start it afterwards");
-    AddArguments(*install, options);
+    Command install = AddAction(deploy, "install",
+                                "Installs it: without --computer from this program's folder, overwriting; with it "
+                                "from the installation server, what is newer.",
+                                options, Install);
+    install.AddOption("--account", options->account, "the account that it runs under; it gets its rights");
+    install.AddFlag("--password", options->password, "read the account's password from the standard input");
+    install.AddOption("--start-type", options->startType).OneOf({"auto", "demand", "disabled"});
+    install.AddFlag("--everyone", options->everyone, "open it to everyone, who may then change it too");
+    install.AddFlag("--start", options->start, "start it afterwards");
+    AddArguments(install, options);
 
-    CLI::App* update =
-        AddAction(*deploy, "update", "Copies what is newer on the installation server; restarts it where it ran.",
+    Command update =
+        AddAction(deploy, "update", "Copies what is newer on the installation server; restarts it where it ran.",
                   options, Update);
-    AddArguments(*update, options);
+    AddArguments(update, options);
 
-    CLI::App* start = AddAction(*deploy, "start", "Starts it.", options, [](const Options& chosen) {
+    Command start = AddAction(deploy, "start", "Starts it.", options, [](const Options& chosen) {
         CKivInstallService service = ServiceOf(chosen);
         Start(service, chosen);
     });
-    AddArguments(*start, options);
+    AddArguments(start, options);
 
-    AddAction(*deploy, "remove", "Stops and removes it.", options, Remove)
-        ->add_flag("--files", options->files, "its program and the library beside it too");
-    AddAction(*deploy, "status", "Shows it; exit code 1 when it is not installed.", options, Status)
-        ->add_flag("--json", options->json, "answer as JSON");
+    AddAction(deploy, "remove", "Stops and removes it.", options, Remove)
+        .AddFlag("--files", options->files, "its program and the library beside it too");
+    AddAction(deploy, "status", "Shows it; exit code 1 when it is not installed.", options, Status)
+        .AddFlag("--json", options->json, "answer as JSON");
 }
 
 }  // namespace kivctl

@@ -104,22 +104,20 @@ void Status(const Options& options) {
 
 }  // namespace
 
-void AddDsCommand(CLI::App& app) {
+void AddDsCommand(Command program) {
     const auto options = std::make_shared<Options>();
-    CLI::App* ds = app.add_subcommand("ds", "The distribution service: hands it jobs, cancels them.");
-    ds->require_subcommand(1);
-    CLI::App* where = ds->add_subcommand("where", "Shows the configured server and the service's pipe.");
-    where->add_flag("--json", options->json, "answer as JSON");
-    where->callback([options] { Where(*options); });
-    CLI::App* send =
-        ds->add_subcommand("send", "Starts a job; shares the descriptor's folder until the service has read it.");
-    send->add_option("FILE", options->file, "the job descriptor")->required();
-    send->callback([options] { Send(*options); });
-    CLI::App* cancel = ds->add_subcommand("cancel", "Cancels the service's job.");
-    cancel->callback([options] { Cancel(*options); });
-    CLI::App* status = ds->add_subcommand("status", "Tells whether a job is pending; exit code 1 if not.");
-    status->add_flag("--json", options->json, "answer as JSON");
-    status->callback([options] { Status(*options); });
+    Command ds = program.AddGroup("ds", "The distribution service: hands it jobs, cancels them.");
+    Command where = ds.AddCommand("where", "Shows the configured server and the service's pipe.");
+    where.AddFlag("--json", options->json, "answer as JSON");
+    where.SetAction([options] { Where(*options); });
+    Command send = ds.AddCommand("send", "Starts a job; shares the descriptor's folder until the service has read it.");
+    send.AddOption("FILE", options->file, "the job descriptor").Required();
+    send.SetAction([options] { Send(*options); });
+    Command cancel = ds.AddCommand("cancel", "Cancels the service's job.");
+    cancel.SetAction([options] { Cancel(*options); });
+    Command status = ds.AddCommand("status", "Tells whether a job is pending; exit code 1 if not.");
+    status.AddFlag("--json", options->json, "answer as JSON");
+    status.SetAction([options] { Status(*options); });
 }
 
 }  // namespace kivctl

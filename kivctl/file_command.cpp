@@ -141,30 +141,29 @@ void Type(const Options& options) {
         std::cout << type << " " << kNames[type] << "\n";
 }
 
-CLI::App* AddQuery(CLI::App& file, const char* name, const char* help, const SharedOptions& options,
-                   void (*run)(const Options&)) {
-    CLI::App* command = file.add_subcommand(name, help);
-    command->add_option("FILE", options->file)->required();
-    command->add_flag("--json", options->json, "answer as JSON");
-    command->callback([options, run] { run(*options); });
+Command AddQuery(Command file, const char* name, const char* help, const SharedOptions& options,
+                 void (*run)(const Options&)) {
+    Command command = file.AddCommand(name, help);
+    command.AddOption("FILE", options->file).Required();
+    command.AddFlag("--json", options->json, "answer as JSON");
+    command.SetAction([options, run] { run(*options); });
     return command;
 }
 
 }  // namespace
 
-void AddFileCommand(CLI::App& app) {
+void AddFileCommand(Command program) {
     const auto options = std::make_shared<Options>();
-    CLI::App* file = app.add_subcommand("file", "Tells version, strings, size, times and kind of a file.");
-    file->require_subcommand(1);
-    AddQuery(*file, "version", "Shows the file version of a module.", options, Version)
-        ->add_option("--at-least", options->atLeast, "exit code 1 when the version is older than this");
-    AddQuery(*file, "strings", "Shows strings of the version resource, in the system's language where there are any.",
+    Command file = program.AddGroup("file", "Tells version, strings, size, times and kind of a file.");
+    AddQuery(file, "version", "Shows the file version of a module.", options, Version)
+        .AddOption("--at-least", options->atLeast, "exit code 1 when the version is older than this");
+    AddQuery(file, "strings", "Shows strings of the version resource, in the system's language where there are any.",
              options, Strings)
-        ->add_option("NAME", options->names, "which; exit code 1 when one is missing (default: the usual ones)");
-    AddQuery(*file, "size", "Shows the size in bytes, its low 32 bits.", options, Size);
-    AddQuery(*file, "times", "Shows when the file was created, last read and last written, in local time.", options,
+        .AddOption("NAME", options->names, "which; exit code 1 when one is missing (default: the usual ones)");
+    AddQuery(file, "size", "Shows the size in bytes, its low 32 bits.", options, Size);
+    AddQuery(file, "times", "Shows when the file was created, last read and last written, in local time.", options,
              Times);
-    AddQuery(*file, "type", "Tells the kind of a file by its extension.", options, Type);
+    AddQuery(file, "type", "Tells the kind of a file by its extension.", options, Type);
 }
 
 }  // namespace kivctl

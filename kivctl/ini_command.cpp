@@ -88,35 +88,34 @@ void Import(const Options& options) {
         throw Failure("'" + options.keyPath + "' was not written: " + ErrorText(key.getLastError()));
 }
 
-CLI::App* AddEntryCommand(CLI::App& ini, const char* name, const char* help, const SharedOptions& options,
-                          void (*run)(const Options&)) {
-    CLI::App* command = ini.add_subcommand(name, help);
-    command->add_option("FILE", options->file, "the INI file")->required();
-    command->add_option("SECTION", options->section)->required();
-    command->add_option("KEY", options->key)->required();
-    command->callback([options, run] { run(*options); });
+Command AddEntryCommand(Command ini, const char* name, const char* help, const SharedOptions& options,
+                        void (*run)(const Options&)) {
+    Command command = ini.AddCommand(name, help);
+    command.AddOption("FILE", options->file, "the INI file").Required();
+    command.AddOption("SECTION", options->section).Required();
+    command.AddOption("KEY", options->key).Required();
+    command.SetAction([options, run] { run(*options); });
     return command;
 }
 
 }  // namespace
 
-void AddIniCommand(CLI::App& app) {
+void AddIniCommand(Command program) {
     const auto options = std::make_shared<Options>();
-    CLI::App* ini = app.add_subcommand("ini", "Reads and writes entries of INI files, imports a file.");
-    ini->require_subcommand(1);
-    AddEntryCommand(*ini, "get", "Shows the value of an entry.", options, Get)
-        ->add_flag("--json", options->json, "answer as JSON");
-    AddEntryCommand(*ini, "set", "Writes an entry, making file and section when they are missing.", options, Set)
-        ->add_option("VALUE", options->value)
-        ->required();
-    AddEntryCommand(*ini, "exist", "Tells whether an entry exists; exit code 1 when not.", options, Exist)
-        ->add_flag("--json", options->json, "answer as JSON");
-    AddEntryCommand(*ini, "remove", "Deletes an entry, and its section when nothing is left in it.", options, Remove);
+    Command ini = program.AddGroup("ini", "Reads and writes entries of INI files, imports a file.");
+    AddEntryCommand(ini, "get", "Shows the value of an entry.", options, Get)
+        .AddFlag("--json", options->json, "answer as JSON");
+    AddEntryCommand(ini, "set", "Writes an entry, making file and section when they are missing.", options, Set)
+        .AddOption("VALUE", options->value)
+        .Required();
+    AddEntryCommand(ini, "exist", "Tells whether an entry exists; exit code 1 when not.", options, Exist)
+        .AddFlag("--json", options->json, "answer as JSON");
+    AddEntryCommand(ini, "remove", "Deletes an entry, and its section when nothing is left in it.", options, Remove);
 
-    CLI::App* import = ini->add_subcommand("import", "Copies a whole file into the registry, a subkey per section.");
-    import->add_option("KEY", options->keyPath, "the key above the sections, as HKLM\\Software\\TAV")->required();
-    import->add_option("FILE", options->file, "the INI file")->required();
-    import->callback([options] { Import(*options);
+    Command import = ini.AddCommand("import", "Copies a whole file into the registry, a subkey per section.");
+    import.AddOption("KEY", options->keyPath, "the key above the sections, as HKLM\\Software\\TAV").Required();
+    import.AddOption("FILE", options->file, "the INI file").Required();
+    import.SetAction([options] { Import(*options);
 });
 }  // namespace kivctl
 

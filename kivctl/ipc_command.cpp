@@ -121,32 +121,31 @@ void Listen(const Options& options) {
     }
 }
 
-CLI::App* AddAction(CLI::App& ipc, const char* name, const char* help, const SharedOptions& options,
-                    void (*run)(const Options&)) {
-    CLI::App* command = ipc.add_subcommand(name, help);
-    command->add_flag("--json", options->json, "answer as JSON");
-    command->callback([options, run] { run(*options); });
+Command AddAction(Command ipc, const char* name, const char* help, const SharedOptions& options,
+                  void (*run)(const Options&)) {
+    Command command = ipc.AddCommand(name, help);
+    command.AddFlag("--json", options->json, "answer as JSON");
+    command.SetAction([options, run] { run(*options); });
     return command;
 }
 
 }  // namespace
 
-void AddIpcCommand(CLI::App& app) {
+void AddIpcCommand(Command program) {
     const auto options = std::make_shared<Options>();
-    CLI::App* ipc = app.add_subcommand("ipc", "Notifications between two processes of this machine.");
-    ipc->require_subcommand(1);
-    CLI::App* send = AddAction(*ipc, "send", "Sends a notification and shows the response.", options, Send);
-    send->add_option("NAME", options->name);
-    send->add_option("TEXT", options->text);
-    send->add_option("--timeout", options->timeout, "milliseconds to wait for a listener to be there (for ever)");
-    CLI::App* listen = AddAction(*ipc, "listen", "Waits for notifications, shows and answers them.", options, Listen);
-    listen->add_option("--name", options->name, "take notifications of this name only, refuse all others");
-    listen->add_option("--timeout", options->timeout, "milliseconds to wait for each notification (for ever)");
-    listen->add_option("--count", options->count, "end after so many notifications");
-    listen->add_option("--response", options->response, "what is answered when no command is run (0)");
-    listen->add_option("COMMAND", options->command,
-                       "program to run for each notification, best behind --; its exit code is the response, "
-                       "KIVCTL_NAME and KIVCTL_TEXT are in its environment; it must not send notifications itself");
+    Command ipc = program.AddGroup("ipc", "Notifications between two processes of this machine.");
+    Command send = AddAction(ipc, "send", "Sends a notification and shows the response.", options, Send);
+    send.AddOption("NAME", options->name);
+    send.AddOption("TEXT", options->text);
+    send.AddOption("--timeout", options->timeout, "milliseconds to wait for a listener to be there (for ever)");
+    Command listen = AddAction(ipc, "listen", "Waits for notifications, shows and answers them.", options, Listen);
+    listen.AddOption("--name", options->name, "take notifications of this name only, refuse all others");
+    listen.AddOption("--timeout", options->timeout, "milliseconds to wait for each notification (for ever)");
+    listen.AddOption("--count", options->count, "end after so many notifications");
+    listen.AddOption("--response", options->response, "what is answered when no command is run (0)");
+    listen.AddOption("COMMAND", options->command,
+                     "program to run for each notification, best behind --; its exit code is the response, "
+                     "KIVCTL_NAME and KIVCTL_TEXT are in its environment; it must not send notifications itself");
 }
 
 }  // namespace kivctl

@@ -83,11 +83,11 @@ void Load(const Options& options) {
         std::cout << "Version  " << machine.GetVersion() << "\nHome     " << machine.GetHomePath() << "\n";
 }
 
-void AddAction(CLI::App& java, const char* name, const char* help, void (*run)(const Options&)) {
+void AddAction(Command java, const char* name, const char* help, void (*run)(const Options&)) {
     const auto options = std::make_shared<Options>();
-    CLI::App* command = java.add_subcommand(name, help);
-    command->add_flag("--json", options->json, "answer as JSON");
-    command->callback([options, run] { run(*options); });
+    Command command = java.AddCommand(name, help);
+    command.AddFlag("--json", options->json, "answer as JSON");
+    command.SetAction([options, run] { run(*options); });
 }
 
 void ShowMethods(const std::string& className, bool json) {
@@ -101,43 +101,40 @@ void ShowMethods(const std::string& className, bool json) {
         std::cout << answer.dump(2) << "\n";
 }
 
-void AddMethods(CLI::App& java) {
+void AddMethods(Command java) {
     const auto className = std::make_shared<std::string>();
     const auto json = std::make_shared<bool>(false);
-    CLI::App* command = java.add_subcommand("methods", "Shows the methods of a class, inherited ones too.");
-    command->add_option("class", *className, "such as java.lang.String")->required();
-    command->add_flag("--json", *json, "answer as JSON");
-    command->callback([className, json] { ShowMethods(*className, *json); });
+    Command command = java.AddCommand("methods", "Shows the methods of a class, inherited ones too.");
+    command.AddOption("class", *className, "such as java.lang.String").Required();
+    command.AddFlag("--json", *json, "answer as JSON");
+    command.SetAction([className, json] { ShowMethods(*className, *json); });
 }
 
-void AddCall(CLI::App& java) {
+void AddCall(Command java) {
     const auto call = std::make_shared<JavaCall>();
-    CLI::App* command = java.add_subcommand(
+    Command command = java.AddCommand(
         "call", "Makes an object of a class, calls one of its methods and shows the result. Exact types choose the "
                 "constructor and the method: int,java.lang.String and the like.");
-    command->add_option("class", call->className, "such as java.lang.String")->required();
-    command->add_option("method", call->method, "its name")->required();
-    command->add_option("argument", call->arguments, "of the method; texts, numbers, true and false");
-    command->add_option("--parameters", call->parameters, "the method's parameter types, separated by commas");
-    command->add_option("--result", call->result, "the method's result type")->capture_default_str();
-    command->add_option("--new-parameters", call->constructorParameters, "the constructor's parameter types");
-    command->add_option("--new-argument", call->constructorArguments, "an argument of the constructor")
-        ->expected(1)
-        ->take_all();
-    command->callback([call] { std::cout << CallJava(*call) << "\n"; });
+    command.AddOption("class", call->className, "such as java.lang.String").Required();
+    command.AddOption("method", call->method, "its name").Required();
+    command.AddOption("argument", call->arguments, "of the method; texts, numbers, true and false");
+    command.AddOption("--parameters", call->parameters, "the method's parameter types, separated by commas");
+    command.AddOption("--result", call->result, "the method's result type").ShowDefault();
+    command.AddOption("--new-parameters", call->constructorParameters, "the constructor's parameter types");
+    command.AddOption("--new-argument", call->constructorArguments, "an argument of the constructor").OneTextEach();
+    command.SetAction([call] { std::cout << CallJava(*call) << "\n"; });
 }
 
 }  // namespace
 
-void AddJavaCommand(CLI::App& app) {
-    CLI::App* java = app.add_subcommand(
+void AddJavaCommand(Command program) {
+    Command java = program.AddGroup(
         "java", "Shows the registered Java runtimes, starts the one that counts, and calls Java methods.");
-    java->require_subcommand(1);
-    AddAction(*java, "list", "Shows every registered runtime and why it would be used or not; exit code 1 if none is.",
+    AddAction(java, "list", "Shows every registered runtime and why it would be used or not; exit code 1 if none is.",
               List);
-    AddAction(*java, "load", "Loads that runtime and creates a machine in this process.", Load);
-    AddMethods(*java);
-    AddCall(*java);
+    AddAction(java, "load", "Loads that runtime and creates a machine in this process.", Load);
+    AddMethods(java);
+    AddCall(java);
 }
 
 }  // namespace kivctl

@@ -159,41 +159,40 @@ void Convert(const Options& options) {
     std::cout << options.file << ": now " << options.encoding << "\n";
 }
 
-CLI::App* AddAction(CLI::App& lines, const char* name, const char* help, const SharedOptions& options,
-                    void (*run)(const Options&)) {
-    CLI::App* command = lines.add_subcommand(name, help);
-    command->add_option("FILE", options->file)->required();
-    command->callback([options, run] { run(*options); });
+Command AddAction(Command lines, const char* name, const char* help, const SharedOptions& options,
+                  void (*run)(const Options&)) {
+    Command command = lines.AddCommand(name, help);
+    command.AddOption("FILE", options->file).Required();
+    command.SetAction([options, run] { run(*options); });
     return command;
 }
 
-void AddLine(CLI::App& command, const SharedOptions& options) {
-    command.add_option("LINE", options->line, "its number, from 1")->required();
+void AddLine(Command command, const SharedOptions& options) {
+    command.AddOption("LINE", options->line, "its number, from 1").Required();
 }
 
 }  // namespace
 
-void AddLinesCommand(CLI::App& app) {
+void AddLinesCommand(Command program) {
     const auto options = std::make_shared<Options>();
-    CLI::App* lines = app.add_subcommand("lines", "Shows and edits text files by line.");
-    lines->require_subcommand(1);
-    CLI::App* show = AddAction(*lines, "show", "Shows the lines.", options, Show);
-    show->add_option("--from", options->line, "the first line to show, from 1");
-    show->add_option("--count", options->count, "how many to show");
-    show->add_flag("--numbers", options->numbers, "put its number in front of each line");
-    show->add_flag("--json", options->json, "answer as JSON, with the encoding");
-    CLI::App* set = AddAction(*lines, "set", "Replaces a line.", options, Set);
-    AddLine(*set, options);
-    set->add_option("TEXT", options->text)->required();
+    Command lines = program.AddGroup("lines", "Shows and edits text files by line.");
+    Command show = AddAction(lines, "show", "Shows the lines.", options, Show);
+    show.AddOption("--from", options->line, "the first line to show, from 1");
+    show.AddOption("--count", options->count, "how many to show");
+    show.AddFlag("--numbers", options->numbers, "put its number in front of each line");
+    show.AddFlag("--json", options->json, "answer as JSON, with the encoding");
+    Command set = AddAction(lines, "set", "Replaces a line.", options, Set);
+    AddLine(set, options);
+    set.AddOption("TEXT", options->text).Required();
     // One text only: of several, the command-line library would take "[Net]" for a list.
-    AddAction(*lines, "append", "Inserts a line at the end.", options, Append)
-        ->add_option("TEXT", options->text)
-        ->required();
-    AddLine(*AddAction(*lines, "remove", "Removes a line.", options, Remove), options);
-    AddAction(*lines, "convert", "Rewrites the file in another encoding.", options, Convert)
-        ->add_option("ENCODING", options->encoding, "ansi (the system code page) or utf-16")
-        ->required()
-        ->check(CLI::IsMember({"ansi", "utf-16"}));
+    AddAction(lines, "append", "Inserts a line at the end.", options, Append)
+        .AddOption("TEXT", options->text)
+        .Required();
+    AddLine(AddAction(lines, "remove", "Removes a line.", options, Remove), options);
+    AddAction(lines, "convert", "Rewrites the file in another encoding.", options, Convert)
+        .AddOption("ENCODING", options->encoding, "ansi (the system code page) or utf-16")
+        .Required()
+        .OneOf({"ansi", "utf-16"});
 }
 
 }  // namespace kivctl

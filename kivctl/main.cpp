@@ -11,36 +11,13 @@ namespace {
 
 int g_exitCode = kExitDone;
 
-// The usage of the subcommand that was asked for, however deep; `parents` is what stands before its name.
-std::string Usage(const CLI::App& app, const std::string& parents = "") {
-    const std::vector<CLI::App*> chosen = app.get_subcommands();
-    if (chosen.empty())
-        return app.help(parents);
-    return Usage(*chosen.front(), parents.empty() ? app.get_name() : parents + " " + app.get_name());
-}
-
-int ReportUsage(const CLI::App& app, const char* text) {
-    std::cerr << "kivctl: " << text << "\n\n" << Usage(app);
-    return kExitUsage;
-}
-
-int Run(CLI::App& app, int argc, char** argv) {
+int Run(Program& program, int argc, char** argv) {
     try {
-        app.parse(argc, argv);
+        program.Run(argc, argv);
         return g_exitCode;
-    } catch (const CLI::CallForHelp&) {
-        std::cout << Usage(app);
-        return kExitDone;
-    } catch (const CLI::CallForAllHelp&) {
-        std::cout << app.help("", CLI::AppFormatMode::All);
-        return kExitDone;
-    } catch (const CLI::ParseError& error) {
-        return ReportUsage(app, error.what());
     } catch (const UsageError& error) {
-        return ReportUsage(app, error.what());
-    } catch (const Failure& failure) {
-        std::cerr << "kivctl: " << failure.what() << "\n";
-        return kExitFailed;
+        std::cerr << "kivctl: " << error.what() << "\n\n" << program.Usage();
+        return kExitUsage;
     } catch (const std::exception& error) {
         std::cerr << "kivctl: " << error.what() << "\n";
         return kExitFailed;
@@ -84,31 +61,31 @@ void SetExitCode(int code) {
 }  // namespace kivctl
 
 int main(int argc, char** argv) {
-    CLI::App app("The utilities library from the command line.", "kivctl");
-    app.require_subcommand(1);
-    kivctl::AddAclCommand(app);
-    kivctl::AddArgsCommand(app);
-    kivctl::AddCabCommand(app);
-    kivctl::AddConfigCommand(app);
-    kivctl::AddCrcCommand(app);
-    kivctl::AddDeployCommand(app);
-    kivctl::AddDsCommand(app);
-    kivctl::AddFileCommand(app);
-    kivctl::AddIniCommand(app);
-    kivctl::AddIpcCommand(app);
-    kivctl::AddJavaCommand(app);
-    kivctl::AddLinesCommand(app);
-    kivctl::AddPrivilegeCommand(app);
-    kivctl::AddRegCommand(app);
-    kivctl::AddRegexpCommand(app);
-    kivctl::AddRightCommand(app);
-    kivctl::AddSdCommand(app);
-    kivctl::AddServerCommand(app);
-    kivctl::AddServiceCommand(app);
-    kivctl::AddServicesFileCommand(app);
-    kivctl::AddSidCommand(app);
-    kivctl::AddSystemCommand(app);
-    kivctl::AddTokenCommand(app);
-    kivctl::AddXmlCommand(app);
-    return kivctl::Run(app, argc, argv);
+    kivctl::Program program("kivctl", "The utilities library from the command line.");
+    const kivctl::Command root = program.Root();
+    kivctl::AddAclCommand(root);
+    kivctl::AddArgsCommand(root);
+    kivctl::AddCabCommand(root);
+    kivctl::AddConfigCommand(root);
+    kivctl::AddCrcCommand(root);
+    kivctl::AddDeployCommand(root);
+    kivctl::AddDsCommand(root);
+    kivctl::AddFileCommand(root);
+    kivctl::AddIniCommand(root);
+    kivctl::AddIpcCommand(root);
+    kivctl::AddJavaCommand(root);
+    kivctl::AddLinesCommand(root);
+    kivctl::AddPrivilegeCommand(root);
+    kivctl::AddRegCommand(root);
+    kivctl::AddRegexpCommand(root);
+    kivctl::AddRightCommand(root);
+    kivctl::AddSdCommand(root);
+    kivctl::AddServerCommand(root);
+    kivctl::AddServiceCommand(root);
+    kivctl::AddServicesFileCommand(root);
+    kivctl::AddSidCommand(root);
+    kivctl::AddSystemCommand(root);
+    kivctl::AddTokenCommand(root);
+    kivctl::AddXmlCommand(root);
+    return kivctl::Run(program, argc, argv);
 }

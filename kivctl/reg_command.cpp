@@ -176,52 +176,45 @@ void Tree(const Options& options) {
         std::cout << tree.dump(2) << "\n";
 }
 
-CLI::App* AddKeyCommand(CLI::App& reg, const char* name, const char* help, const SharedOptions& options,
-                        void (*run)(const Options&)) {
-    CLI::App* command = reg.add_subcommand(name, help);
-    command->add_option("KEY", options->key, "such as HKLM\\Software\\TAV")->required();
-    command->add_option("--machine", options->machine, "the computer (default: this one)");
-    command->add_option("--view", options->view, "32 or 64: which view of the registry (default: the program's)")
-        ->check(CLI::IsMember({32, 64}));
-    command->callback([options, run] { run(*options); });
+Command AddKeyCommand(Command reg, const char* name, const char* help, const SharedOptions& options,
+                      void (*run)(const Options&)) {
+    Command command = reg.AddCommand(name, help);
+    command.AddOption("KEY", options->key, "such as HKLM\\Software\\TAV").Required();
+    command.AddOption("--machine", options->machine, "the computer (default: this one)");
+    command.AddOption("--view", options->view, "32 or 64: which view of the registry (default: the program's)")
+        .OneOf({32, 64});
+    command.SetAction([options, run] { run(*options); });
     return command;
 }
 
-void AddJsonFlag(CLI::App* command, const SharedOptions& options) {
-    command->add_flag("--json", options->json, "answer as JSON");
+void AddJsonFlag(Command command, const SharedOptions& options) {
+    command.AddFlag("--json", options->json, "answer as JSON");
 }
 
 }  // namespace
 
-void AddRegCommand(CLI::App& app) {
+void AddRegCommand(Command program) {
     const auto options = std::make_shared<Options>();
-    CLI::App* reg = app.add_subcommand("reg", "Shows, writes and deletes registry keys and values.");
-    reg->require_subcommand(1);
-    AddJsonFlag(AddKeyCommand(*reg, "list", "Shows the subkeys and values of a key.", options, List), options);
+    Command reg = program.AddGroup("reg", "Shows, writes and deletes registry keys and values.");
+    AddJsonFlag(AddKeyCommand(reg, "list", "Shows the subkeys and values of a key.", options, List), options);
 
-    CLI::App* get = AddKeyCommand(*reg, "get", "Shows a value.", options, Get);
-    get->add_option("NAME", options->name, "the value (default: the key's default value)");
+    Command get = AddKeyCommand(reg, "get", "Shows a value.", options, Get);
+    get.AddOption("NAME", options->name, "the value (default: the key's default value)");
     AddJsonFlag(get, options);
 
-    CLI::App* set = AddKeyCommand(*reg, "set", "Writes a value, making the key when it is missing.", options, Set);
-    set->add_option("NAME", options->name, "the value; \"\" is the key's default value")->required();
-    set->add_option("DATA", options->data,
-                    "a text; a number, decimal or 0x...; the items of a list; bytes as hexadecimal digits")
-        ->allow_extra_args();
-    set->add_option("--type", options->type, "sz, dword, expand, multi or binary")
-        ->capture_default_str()
-        ->check(CLI::IsMember(kWritableTypes));
+    Command set = AddKeyCommand(reg, "set", "Writes a value, making the key when it is missing.", options, Set);
+    set.AddOption("NAME", options->name, "the value; \"\" is the key's default value").Required();
+    set.AddOption("DATA", options->data,
+                  "a text; a number, decimal or 0x...; the items of a list; bytes as hexadecimal digits");
+    set.AddOption("--type", options->type, "sz, dword, expand, multi or binary").ShowDefault().OneOf(kWritableTypes);
 
-    CLI::App* erase =
-        AddKeyCommand(*reg, "delete", "Deletes a key, or one of its values. Asks nothing.", options, Delete);
-    erase->add_option("--value", options->value, "the value, instead of the key; \"\" is the default value");
-    erase->add_flag("--recursive", options->recursive, "also a key that has subkeys, with everything below it");
+    Command erase = AddKeyCommand(reg, "delete", "Deletes a key, or one of its values. Asks nothing.", options, Delete);
+    erase.AddOption("--value", options->value, "the value, instead of the key; \"\" is the default value");
+    erase.AddFlag("--recursive", options->recursive, "also a key that has subkeys, with everything below it");
 
-    CLI::App* tree = AddKeyCommand(*reg, "tree", "Shows the keys below a key.", options, Tree);
+    Command tree = AddKeyCommand(reg, "tree", "Shows the keys below a key.", options, Tree);
     options->depth = kDeepestTree;
-    tree->add_option("--depth", options->depth, "how far down")
-        ->capture_default_str()
-        ->check(CLI::Range(0, kDeepestTree));
+    tree.AddOption("--depth", options->depth, "how far down").ShowDefault().InRange(0, kDeepestTree);
     AddJsonFlag(tree, options);
 }
 

@@ -192,34 +192,33 @@ void Replace(const Options& options) {
         std::cout << all.dump() << "\n";
 }
 
-CLI::App* AddAction(CLI::App& regexp, const char* name, const char* help, const SharedOptions& options,
-                    void (*run)(const Options&)) {
-    CLI::App* command = regexp.add_subcommand(name, help);
-    command->add_option("PATTERN", options->pattern, "a regular expression")->required();
-    command->add_flag("--json", options->json, "answer as JSON");
-    command->callback([options, run] { run(*options); });
+Command AddAction(Command regexp, const char* name, const char* help, const SharedOptions& options,
+                  void (*run)(const Options&)) {
+    Command command = regexp.AddCommand(name, help);
+    command.AddOption("PATTERN", options->pattern, "a regular expression").Required();
+    command.AddFlag("--json", options->json, "answer as JSON");
+    command.SetAction([options, run] { run(*options); });
     return command;
 }
 
 }  // namespace
 
-void AddRegexpCommand(CLI::App& app) {
+void AddRegexpCommand(Command program) {
     const auto options = std::make_shared<Options>();
-    CLI::App* regexp = app.add_subcommand("regexp", "Finds and replaces by regular expression.");
-    regexp->require_subcommand(1);
-    CLI::App* match = AddAction(
-        *regexp, "match", "Shows offset, length and text of the first match; exit code 1 without one.", options, Match);
-    match->add_option("TEXT", options->text)->required();
-    match->add_option("--replacement", options->replacement, "shown for the match, with & and \\1 to \\9");
-    CLI::App* find =
-        AddAction(*regexp, "find", "Shows every match in the lines of files; exit code 1 without one.", options, Find);
-    find->add_option("FILE", options->files)->required();
-    find->add_flag("--count", options->countOnly, "only how many there are in each file");
-    CLI::App* replace = AddAction(*regexp, "replace", "Replaces every match in the lines of files.", options, Replace);
-    replace->add_option("REPLACEMENT", options->replacement, "with & for the match, \\1 to \\9 for its groups")
-        ->required();
-    replace->add_option("FILE", options->files)->required();
-    replace->add_flag("--dry-run", options->dryRun, "only show the lines that would change");
+    Command regexp = program.AddGroup("regexp", "Finds and replaces by regular expression.");
+    Command match = AddAction(
+        regexp, "match", "Shows offset, length and text of the first match; exit code 1 without one.", options, Match);
+    match.AddOption("TEXT", options->text).Required();
+    match.AddOption("--replacement", options->replacement, "shown for the match, with & and \\1 to \\9");
+    Command find =
+        AddAction(regexp, "find", "Shows every match in the lines of files; exit code 1 without one.", options, Find);
+    find.AddOption("FILE", options->files).Required();
+    find.AddFlag("--count", options->countOnly, "only how many there are in each file");
+    Command replace = AddAction(regexp, "replace", "Replaces every match in the lines of files.", options, Replace);
+    replace.AddOption("REPLACEMENT", options->replacement, "with & for the match, \\1 to \\9 for its groups")
+        .Required();
+    replace.AddOption("FILE", options->files).Required();
+    replace.AddFlag("--dry-run", options->dryRun, "only show the lines that would change");
 }
 
 }  // namespace kivctl

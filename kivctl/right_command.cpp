@@ -39,17 +39,16 @@ void Grant(const Options& options) {
 
 }  // namespace
 
-void AddRightCommand(CLI::App& app) {
+void AddRightCommand(Command program) {
     auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("right", "Grants an account right; it stays until it is taken away.");
+    Command command = program.AddCommand("right", "Grants an account right; it stays until it is taken away.");
     command
-        ->add_option("account", options->account,
-                     "account on this machine, as name or SID; with --machine a name there")
-        ->required();
-    command->add_option("right", options->right, "such as SeServiceLogonRight")->required();
-    command->add_option("--machine", options->machine, "another machine");
-    command->add_flag("--dry-run", options->dryRun, "only tell what would be done");
-    command->callback([options] { Grant(*options); });
+        .AddOption("account", options->account, "account on this machine, as name or SID; with --machine a name there")
+        .Required();
+    command.AddOption("right", options->right, "such as SeServiceLogonRight").Required();
+    command.AddOption("--machine", options->machine, "another machine");
+    command.AddFlag("--dry-run", options->dryRun, "only tell what would be done");
+    command.SetAction([options] { Grant(*options); });
 }
 
 }  // namespace kivctl

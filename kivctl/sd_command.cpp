@@ -91,26 +91,23 @@ void Set(const Options& options) {
 
 }  // namespace
 
-void AddSdCommand(CLI::App& app) {
+void AddSdCommand(Command program) {
     auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("sd", "Owner and access list of a file, a registry key or a service.");
-    command->require_subcommand(1);
+    Command command = program.AddGroup("sd", "Owner and access list of a file, a registry key or a service.");
     const auto add = [&](const char* name, const char* description, void (*run)(const Options&)) {
-        CLI::App* action = command->add_subcommand(name, description);
-        action->add_option("kind", options->kind, "file, key or service")
-            ->required()
-            ->check(CLI::IsMember({"file", "key", "service"}));
-        action->add_option("object", options->object, "path, key path or name of the service")->required();
-        action->callback([options, run] {
+        Command action = command.AddCommand(name, description);
+        action.AddOption("kind", options->kind, "file, key or service").Required().OneOf({"file", "key", "service"});
+        action.AddOption("object", options->object, "path, key path or name of the service").Required();
+        action.SetAction([options, run] {
             RequireNtFamily();
             run(*options);
         });
         return action;
     };
-    add("show", "Shows what the system says.", Show)->add_flag("--json", options->json, "answer as JSON");
-    CLI::App* set = add("set", "Replaces the access list; shows it before and after.", Set);
-    set->add_option("text", options->text, "the list: {type-flags-0xmask-[sid]}-...")->required();
-    set->add_flag("--dry-run", options->dryRun, "only tell what would be done");
+    add("show", "Shows what the system says.", Show).AddFlag("--json", options->json, "answer as JSON");
+    Command set = add("set", "Replaces the access list; shows it before and after.", Set);
+    set.AddOption("text", options->text, "the list: {type-flags-0xmask-[sid]}-...").Required();
+    set.AddFlag("--dry-run", options->dryRun, "only tell what would be done");
 }
 
 }  // namespace kivctl

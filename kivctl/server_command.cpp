@@ -205,53 +205,51 @@ void SetPolicy(const Options& options) {
 }
 
 // The subcommands that judge servers take the product and may answer as JSON.
-CLI::App* AddJudging(CLI::App& server, const char* name, const char* help, const std::shared_ptr<Options>& options,
-                     void (*run)(const Options&)) {
-    CLI::App* command = server.add_subcommand(name, help);
-    command->add_option("--product", options->product, "the product that must be served, as /product:NAME");
-    command->add_flag("--json", options->json, "answer as JSON");
-    command->callback([options, run] { run(*options); });
+Command AddJudging(Command server, const char* name, const char* help, const std::shared_ptr<Options>& options,
+                   void (*run)(const Options&)) {
+    Command command = server.AddCommand(name, help);
+    command.AddOption("--product", options->product, "the product that must be served, as /product:NAME");
+    command.AddFlag("--json", options->json, "answer as JSON");
+    command.SetAction([options, run] { run(*options); });
     return command;
 }
 
-void AddProbe(CLI::App& server, const std::shared_ptr<Options>& options) {
-    CLI::App* probe = server.add_subcommand("probe", "Measures servers with echoes, one server after the other.");
-    probe->add_option("PATH", options->paths, "servers to measure; those of the list by default");
-    probe->add_option("--count", options->echo.count, "echoes for each server")->check(CLI::Range(1, 20));
-    probe->add_option("--timeout", options->echo.timeout, "milliseconds to wait for each")->check(CLI::Range(10, 5000));
-    probe->add_flag("--json", options->json, "answer as JSON");
-    probe->callback([options] { Probe(*options); });
+void AddProbe(Command server, const std::shared_ptr<Options>& options) {
+    Command probe = server.AddCommand("probe", "Measures servers with echoes, one server after the other.");
+    probe.AddOption("PATH", options->paths, "servers to measure; those of the list by default");
+    probe.AddOption("--count", options->echo.count, "echoes for each server").InRange(1, 20);
+    probe.AddOption("--timeout", options->echo.timeout, "milliseconds to wait for each").InRange(10, 5000);
+    probe.AddFlag("--json", options->json, "answer as JSON");
+    probe.SetAction([options] { Probe(*options); });
 }
 
-void AddPolicy(CLI::App& server, const std::shared_ptr<Options>& options) {
-    CLI::App* policy = server.add_subcommand("policy", "Reads and writes policies of the chosen server.");
-    policy->require_subcommand(1);
-    CLI::App* get = policy->add_subcommand("get", "Shows a policy.");
-    get->add_option("NAME", options->name)->required();
-    get->add_flag("--json", options->json, "answer as JSON");
-    get->callback([options] { GetPolicy(*options); });
-    CLI::App* set = policy->add_subcommand("set", "Writes a policy.");
-    set->add_option("NAME", options->name)->required();
-    set->add_option("VALUE", options->value)->required();
-    set->callback([options] { SetPolicy(*options); });
+void AddPolicy(Command server, const std::shared_ptr<Options>& options) {
+    Command policy = server.AddGroup("policy", "Reads and writes policies of the chosen server.");
+    Command get = policy.AddCommand("get", "Shows a policy.");
+    get.AddOption("NAME", options->name).Required();
+    get.AddFlag("--json", options->json, "answer as JSON");
+    get.SetAction([options] { GetPolicy(*options); });
+    Command set = policy.AddCommand("set", "Writes a policy.");
+    set.AddOption("NAME", options->name).Required();
+    set.AddOption("VALUE", options->value).Required();
+    set.SetAction([options] { SetPolicy(*options); });
 }
 
 }  // namespace
 
-void AddServerCommand(CLI::App& app) {
+void AddServerCommand(Command program) {
     const auto options = std::make_shared<Options>();
-    CLI::App* server = app.add_subcommand("server", "Installation servers: the list, the choice, their policies.");
-    server->require_subcommand(1);
-    AddJudging(*server, "list", "Shows the list in force, and which servers are available.", options, List);
-    AddJudging(*server, "pick", "Chooses a server as an installer does.", options, Pick);
-    AddProbe(*server, options);
-    CLI::App* add = server->add_subcommand("add", "Adds a server to the list in the registry.");
-    add->add_option("PATH", options->path)->required();
-    add->callback([options] { Add(*options); });
-    CLI::App* remove = server->add_subcommand("remove", "Writes the list without a server to the registry.");
-    remove->add_option("SERVER", options->path, "its path, or its number in the list")->required();
-    remove->callback([options] { Remove(*options); });
-    AddPolicy(*server, options);
+    Command server = program.AddGroup("server", "Installation servers: the list, the choice, their policies.");
+    AddJudging(server, "list", "Shows the list in force, and which servers are available.", options, List);
+    AddJudging(server, "pick", "Chooses a server as an installer does.", options, Pick);
+    AddProbe(server, options);
+    Command add = server.AddCommand("add", "Adds a server to the list in the registry.");
+    add.AddOption("PATH", options->path).Required();
+    add.SetAction([options] { Add(*options); });
+    Command remove = server.AddCommand("remove", "Writes the list without a server to the registry.");
+    remove.AddOption("SERVER", options->path, "its path, or its number in the list").Required();
+    remove.SetAction([options] { Remove(*options); });
+    AddPolicy(server, options);
 }
 
 }  // namespace kivctl

@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,8 +21,7 @@ struct Options {
     std::string machine;
     std::string name;
     std::string state = "all";
-    std::string group;
-    bool ofGroup = false;
+    std::optional<std::string> group;
     bool drivers = false;
     std::vector<std::string> arguments;
     unsigned long wait = 0;  // seconds
@@ -95,9 +95,9 @@ void List(const Options& options) {
     const unsigned long state = options.state == "all"      ? SERVICE_STATE_ALL
                                 : options.state == "active" ? SERVICE_ACTIVE
                                                             : SERVICE_INACTIVE;
-    const bool done = options.ofGroup ? manager.EnumServices(type, state, options.group.c_str(), 0,
-                                                             AddListed<ENUM_SERVICE_STATUS_PROCESSA>)
-                                      : manager.EnumServices(type, state, 0, AddListed<ENUM_SERVICE_STATUSA>);
+    const bool done = options.group ? manager.EnumServices(type, state, options.group->c_str(), 0,
+                                                           AddListed<ENUM_SERVICE_STATUS_PROCESSA>)
+                                    : manager.EnumServices(type, state, 0, AddListed<ENUM_SERVICE_STATUSA>);
     if (!done)
         Fail("the services cannot be listed", manager.GetLastError());
     PrintServices(g_listed, options.json);
@@ -210,64 +210,59 @@ void Config(const Options& options) {
 
 using Run = void (*)(const Options&);
 
-CLI::App* AddVerb(CLI::App& command, const std::shared_ptr<Options>& options, const char* name, const char* description,
-                  Run run) {
-    CLI::App* verb = command.add_subcommand(name, description);
-    verb->add_option("--machine", options->machine, "another computer");
-    verb->callback([options, run] { run(*options); });
+Command AddVerb(Command command, const std::shared_ptr<Options>& options, const char* name, const char* description,
+                Run run) {
+    Command verb = command.AddCommand(name, description);
+    verb.AddOption("--machine", options->machine, "another computer");
+    verb.SetAction([options, run] { run(*options); });
     return verb;
 }
 
 // A verb about one service.
-CLI::App* AddService(CLI::App& command, const std::shared_ptr<Options>& options, const char* name,
-                     const char* description, Run run) {
-    CLI::App* verb = AddVerb(command, options, name, description, run);
-    verb->add_option("NAME", options->name, "of the service, not its display name")->required();
+Command AddService(Command command, const std::shared_ptr<Options>& options, const char* name, const char* description,
+                   Run run) {
+    Command verb = AddVerb(command, options, name, description, run);
+    verb.AddOption("NAME", options->name, "of the service, not its display name").Required();
     return verb;
 }
 
-void AddJson(CLI::App* verb, const std::shared_ptr<Options>& options) {
-    verb->add_flag("--json", options->json, "answer as JSON");
+void AddJson(Command verb, const std::shared_ptr<Options>& options) {
+    verb.AddFlag("--json", options->json, "answer as JSON");
 }
 
-void AddWait(CLI::App* verb, const std::shared_ptr<Options>& options) {
-    verb->add_option("--wait", options->wait, "seconds to wait for the new state, at most; exit code 1 without it")
-        ->check(CLI::Range(1UL, 86400UL));
+void AddWait(Command verb, const std::shared_ptr<Options>& options) {
+    verb.AddOption("--wait", options->wait, "seconds to wait for the new state, at most; exit code 1 without it")
+        .InRange(1UL, 86400UL);
 }
 
-void AddList(CLI::App& command, const std::shared_ptr<Options>& options) {
-    CLI::App* list = AddVerb(command, options, "list", "Lists services with their states.", List);
-    list->add_option("--state", options->state, "all, active or inactive")
-        ->check(CLI::IsMember({"all", "active", "inactive"}));
-    CLI::Option* group =
-        list->add_option("--group", options->group, "of that load-order group only, \"\" for those without");
-    list->add_flag("--drivers", options->drivers, "drivers instead");
+void AddList(Command command, const std::shared_ptr<Options>& options) {
+    Command list = AddVerb(command, options, "list", "Lists services with their states.", List);
+    list.AddOption("--state", options->state, "all, active or inactive").OneOf({"all", "active", "inactive"});
+    list.AddOption("--group", options->group, "of that load-order group only, \"\" for those without");
+    list.AddFlag("--drivers", options->drivers, "drivers instead");
     AddJson(list, options);
-    group->each([options](const std::string&) { options->ofGroup = true; });
 }
 
-void AddConfig(CLI::App& command, const std::shared_ptr<Options>& options) {
-    CLI::App* config =
-        AddService(command, options, "config", "Shows the configuration, changed where told so.", Config);
-    config->add_option("--start", options->start, "auto, demand, disabled, boot or system");
-    config->add_option("--display", options->displayName, "a new display name");
-    config->add_option("--binary", options->binary, "a new command line of the executable");
-    config->add_option("--account", options->account, "a new account");
-    config->add_flag("--password", options->password, "read the account's password from the standard input");
+void AddConfig(Command command, const std::shared_ptr<Options>& options) {
+    Command config = AddService(command, options, "config", "Shows the configuration, changed where told so.", Config);
+    config.AddOption("--start", options->start, "auto, demand, disabled, boot or system");
+    config.AddOption("--display", options->displayName, "a new display name");
+    config.AddOption("--binary", options->binary, "a new command line of the executable");
+    config.AddOption("--account", options->account, "a new account");
+    config.AddFlag("--password", options->password, "read the account's password from the standard input");
     AddJson(config, options);
 }
 
 }  // namespace
 
-void AddServiceCommand(CLI::App& app) {
+void AddServiceCommand(Command program) {
     auto options = std::make_shared<Options>();
-    CLI::App& command = *app.add_subcommand("service", "Services of this computer or another.");
-    command.require_subcommand(1);
+    Command command = program.AddGroup("service", "Services of this computer or another.");
     AddList(command, options);
     AddJson(AddService(command, options, "show", "Shows the state of a service.", Show), options);
     AddConfig(command, options);
-    CLI::App* start = AddService(command, options, "start", "Starts a service.", Start);
-    start->add_option("ARGUMENTS", options->arguments, "for the service");
+    Command start = AddService(command, options, "start", "Starts a service.", Start);
+    start.AddOption("ARGUMENTS", options->arguments, "for the service");
     AddWait(start, options);
     AddWait(AddService(command, options, "stop", "Stops a service.", Stop), options);
     AddService(command, options, "pause", "Pauses a service.", Pause);

@@ -273,41 +273,40 @@ void Remove(const Options& options) {
     Save(file, options, done);
 }
 
-CLI::App* AddQuestion(CLI::App& services, const char* name, const char* help, const SharedOptions& options,
-                      void (*run)(const Options&)) {
-    CLI::App* command = services.add_subcommand(name, help);
-    command->add_flag("--json", options->json, "answer as JSON");
-    command->callback([options, run] { run(*options); });
+Command AddQuestion(Command services, const char* name, const char* help, const SharedOptions& options,
+                    void (*run)(const Options&)) {
+    Command command = services.AddCommand(name, help);
+    command.AddFlag("--json", options->json, "answer as JSON");
+    command.SetAction([options, run] { run(*options); });
     return command;
 }
 
-CLI::App* AddChange(CLI::App& services, const char* name, const char* help, const SharedOptions& options,
-                    void (*run)(const Options&)) {
-    CLI::App* command = services.add_subcommand(name, help);
-    command->add_option("NAME", options->name)->required();
-    command->add_flag("--dry-run", options->dryRun, "only show which lines would change");
-    command->add_flag("--force", options->force, "also where lines that are no services are lost");
-    command->callback([options, run] { run(*options); });
+Command AddChange(Command services, const char* name, const char* help, const SharedOptions& options,
+                  void (*run)(const Options&)) {
+    Command command = services.AddCommand(name, help);
+    command.AddOption("NAME", options->name).Required();
+    command.AddFlag("--dry-run", options->dryRun, "only show which lines would change");
+    command.AddFlag("--force", options->force, "also where lines that are no services are lost");
+    command.SetAction([options, run] { run(*options); });
     return command;
 }
 
 }  // namespace
 
-void AddServicesFileCommand(CLI::App& app) {
+void AddServicesFileCommand(Command program) {
     const auto options = std::make_shared<Options>();
-    CLI::App* services = app.add_subcommand("services-file", "Shows and edits the system's TCP/IP services file.");
-    services->require_subcommand(1);
-    AddQuestion(*services, "list", "Shows all services.", options, List);
-    AddQuestion(*services, "find", "Shows a service; exit code 1 when there is none.", options, Find)
-        ->add_option("SERVICE", options->service, "a name, or a port and protocol as 21/tcp")
-        ->required();
-    AddQuestion(*services, "check", "Looks for lines that are wrong; exit code 1 when there are.", options, Check);
-    CLI::App* add = AddChange(*services, "add", "Adds a service at the end.", options, Add);
-    add->add_option("SERVICE", options->service, "port and protocol, as 21/tcp")->required();
-    add->add_option("--alias", options->aliases, "another name; may be given again");
-    add->add_option("--comment", options->comment);
-    AddChange(*services, "remove", "Removes a service, for every protocol.", options, Remove)
-        ->add_option("--protocol", options->protocol, "only for this one");
+    Command services = program.AddGroup("services-file", "Shows and edits the system's TCP/IP services file.");
+    AddQuestion(services, "list", "Shows all services.", options, List);
+    AddQuestion(services, "find", "Shows a service; exit code 1 when there is none.", options, Find)
+        .AddOption("SERVICE", options->service, "a name, or a port and protocol as 21/tcp")
+        .Required();
+    AddQuestion(services, "check", "Looks for lines that are wrong; exit code 1 when there are.", options, Check);
+    Command add = AddChange(services, "add", "Adds a service at the end.", options, Add);
+    add.AddOption("SERVICE", options->service, "port and protocol, as 21/tcp").Required();
+    add.AddOption("--alias", options->aliases, "another name; may be given again");
+    add.AddOption("--comment", options->comment);
+    AddChange(services, "remove", "Removes a service, for every protocol.", options, Remove)
+        .AddOption("--protocol", options->protocol, "only for this one");
 }
 
 }  // namespace kivctl

@@ -89,15 +89,15 @@ void Run(const Options& options) {
 
 }  // namespace
 
-void AddSidCommand(CLI::App& app) {
+void AddSidCommand(Command program) {
     auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("sid", "Tells security identifiers and the accounts they stand for.");
-    command->add_option("account", options->texts, "text forms (S-1-...) or names of accounts on this machine");
-    command->add_flag("--well-known", options->wellKnown, "the identifiers that the library knows by number");
-    command->add_option("--of", options->of, "the user of this process, thread or token, or the logon session")
-        ->check(CLI::IsMember({"process", "thread", "token", "logon"}));
-    command->add_flag("--json", options->json, "answer as JSON");
-    command->callback([options] { Run(*options); });
+    Command command = program.AddCommand("sid", "Tells security identifiers and the accounts they stand for.");
+    command.AddOption("account", options->texts, "text forms (S-1-...) or names of accounts on this machine");
+    command.AddFlag("--well-known", options->wellKnown, "the identifiers that the library knows by number");
+    command.AddOption("--of", options->of, "the user of this process, thread or token, or the logon session")
+        .OneOf({"process", "thread", "token", "logon"});
+    command.AddFlag("--json", options->json, "answer as JSON");
+    command.SetAction([options] { Run(*options); });
 }
 
 }  // namespace kivctl

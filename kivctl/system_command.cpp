@@ -128,11 +128,11 @@ void ShowJson(const std::vector<Section>& sections) {
 
 }  // namespace
 
-void AddSystemCommand(CLI::App& app) {
+void AddSystemCommand(Command program) {
     const auto json = std::make_shared<bool>(false);
-    CLI::App* command = app.add_subcommand("system", "Tells what is known about this machine, its user and folders.");
-    command->add_flag("--json", *json, "answer as JSON");
-    command->callback([json] { *json ? ShowJson(Facts()) : ShowPage(Facts()); });
+    Command command = program.AddCommand("system", "Tells what is known about this machine, its user and folders.");
+    command.AddFlag("--json", *json, "answer as JSON");
+    command.SetAction([json] { *json ? ShowJson(Facts()) : ShowPage(Facts()); });
 }
 
 }  // namespace kivctl

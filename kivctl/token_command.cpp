@@ -105,19 +105,19 @@ void ListPrivileges(const Options& options) {
 
 }  // namespace
 
-void AddTokenCommand(CLI::App& app) {
+void AddTokenCommand(Command program) {
     auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("token", "Shows user, type, groups and privileges of this process's token.");
-    command->add_flag("--log", options->log, "write the library's dump to the log as well");
-    command->add_flag("--json", options->json, "answer as JSON");
-    command->callback([options] { ShowToken(*options); });
+    Command command = program.AddCommand("token", "Shows user, type, groups and privileges of this process's token.");
+    command.AddFlag("--log", options->log, "write the library's dump to the log as well");
+    command.AddFlag("--json", options->json, "answer as JSON");
+    command.SetAction([options] { ShowToken(*options); });
 }
 
-void AddPrivilegeCommand(CLI::App& app) {
+void AddPrivilegeCommand(Command program) {
     auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("privilege", "Lists the privileges of this process's token.");
-    command->add_flag("--json", options->json, "answer as JSON");
-    command->callback([options] { ListPrivileges(*options); });
+    Command command = program.AddCommand("privilege", "Lists the privileges of this process's token.");
+    command.AddFlag("--json", options->json, "answer as JSON");
+    command.SetAction([options] { ListPrivileges(*options); });
 }
 
 }  // namespace kivctl

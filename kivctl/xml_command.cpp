@@ -147,15 +147,14 @@ void Run(const Options& options) {
 
 }  // namespace
 
-void AddXmlCommand(CLI::App& app) {
+void AddXmlCommand(Command program) {
     const auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("xml", "Makes an XML document from an indented outline or from JSON.");
-    command->add_option("SOURCE", options->source, "JSON when its name ends in .json, else an outline")->required();
-    command->add_option("DOCUMENT", options->document, "file to write; without it the document is shown");
-    command->add_option("--from", options->format, "what the source is, whatever its name")
-        ->check(CLI::IsMember({"outline", "json"}));
-    command->add_flag("--ask", options->ask, "ask in a message box when the file cannot be written");
-    command->callback([options] { Run(*options); });
+    Command command = program.AddCommand("xml", "Makes an XML document from an indented outline or from JSON.");
+    command.AddOption("SOURCE", options->source, "JSON when its name ends in .json, else an outline").Required();
+    command.AddOption("DOCUMENT", options->document, "file to write; without it the document is shown");
+    command.AddOption("--from", options->format, "what the source is, whatever its name").OneOf({"outline", "json"});
+    command.AddFlag("--ask", options->ask, "ask in a message box when the file cannot be written");
+    command.SetAction([options] { Run(*options); });
 }
 
 }  // namespace kivctl
