@@ -6,6 +6,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "support/windows_api.h"
+
 #include "kivctl/command.h"
 #include "kivctl/password.h"
 #include "kivctl/service_view.h"
