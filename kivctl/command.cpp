@@ -44,7 +44,7 @@ Option Option::ShowDefault() {
 }
 
 Option Option::OneTextEach() {
-    return Option(m_option->expected(1)->take_all());
+    return Option(m_option->expected(1)->allow_extra_args(false)->take_all());
 }
 
 // --- Command ---------------------------------------------------------------------------------------------------------
