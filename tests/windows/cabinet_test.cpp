@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -70,18 +71,13 @@ int EndAtOnce(unsigned long, unsigned long, void*) {
     return 0;
 }
 
-Names FilesBelow(const std::string& folder, const std::string& prefix = "") {
+// A folder that does not exist has none.
+Names FilesBelow(const std::string& folder) {
     Names names;
-    WIN32_FIND_DATAA found;
-    const kiv::ScopedFileSearch search(::FindFirstFileA((folder + "\\*").c_str(), &found));
-    for (BOOL more = static_cast<bool>(search); more; more = ::FindNextFileA(search.Get(), &found)) {
-        const std::string name = found.cFileName;
-        if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
-            names.push_back(prefix + name);
-        } else if (name != "." && name != "..") {
-            const Names below = FilesBelow(folder + "\\" + name, prefix + name + "\\");
-            names.insert(names.end(), below.begin(), below.end());
-        }
+    std::error_code error;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder, error)) {
+        if (entry.is_regular_file())
+            names.push_back(entry.path().lexically_relative(folder).string());
     }
     return names;
 }
