@@ -84,7 +84,6 @@ TEST_CASE("a service is made, configured, listed, run, stopped and removed") {
         TemporaryService test;
         CNTScmService& service = test.service;
         CNTScmService copy = service;
-        service = *&service;
         CHECK((copy.Detach() == service && copy == nullptr));
         ::SetLastError(77);
         CHECK(test.manager.OpenServiceA(test.name.c_str(), SERVICE_ALL_ACCESS, service));  // closes the first handle
