@@ -95,11 +95,6 @@ void LogFile::Open(const char* path, DWORD maxSize) noexcept {
     m_mutex = MakeMutex(m_path);
 }
 
-void LogFile::Close() noexcept {
-    m_path[0] = '\0';
-    m_mutex.Reset();
-}
-
 bool LogFile::Append(std::string_view lines) noexcept {
     const DWORD start = ::GetTickCount();
     const DWORD patience = Patience(start);

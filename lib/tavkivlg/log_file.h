@@ -24,7 +24,6 @@ public:
 
     // Before any other use. The path is copied; a maximum of 0 bytes is none.
     void Open(const char* path, DWORD maxSize) noexcept;
-    void Close() noexcept;
 
     // Appends whole lines in one piece; false when they are lost.
     bool Append(std::string_view lines) noexcept;

@@ -1,7 +1,5 @@
 #include "tavkivlg/log_settings.h"
 
-#include <cstring>
-
 #include "support/ascii.h"
 #include "support/heap_text.h"
 #include "support/scoped_resource.h"
