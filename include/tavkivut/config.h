@@ -18,7 +18,8 @@
 // section that lives as long as any instance does. Writing needs an administrator's rights, and so does reading, which
 // opens keys with full access.
 //
-// A null argument, an empty section name and a buffer of size 0 give false (or no entries), with nothing done.
+// A null argument, an empty section name and a buffer of size 0 give false, with nothing done; to GetCfgStrings, no
+// section name is a missing section.
 class KIV_API CKivConfigMgr {
 public:
     CKivConfigMgr() noexcept;

@@ -42,7 +42,7 @@ public:
 private:
     void Acquire() noexcept {
         while (__atomic_exchange_n(&m_locked, 1L, __ATOMIC_ACQUIRE) != 0)
-            ::Sleep(0);
+            ::Sleep(1);  // a shorter one lets no thread of a lower priority run
     }
     void Release() noexcept { __atomic_store_n(&m_locked, 0L, __ATOMIC_RELEASE); }
 
@@ -109,7 +109,7 @@ void CKivConfigMgr::InitializeOnce() noexcept {
 }
 
 bool CKivConfigMgr::GetCfgString(const char* section, const char* key, char* buffer, unsigned long size) noexcept {
-    if (!kiv::IsGiven(section) || key == nullptr || buffer == nullptr)
+    if (!kiv::IsGiven(section) || key == nullptr || buffer == nullptr || size == 0)
         return false;
     const kiv::OperationLock lock(m_cs);
     InitializeOnce();
@@ -189,7 +189,7 @@ bool CKivConfigMgr::SetCfgDword(const char* section, const char* key, unsigned l
 
 bool CKivConfigMgr::GetEncryptedCfgString(const char* section, const char* key, char* buffer,
                                           unsigned long size) noexcept {
-    if (buffer == nullptr)
+    if (buffer == nullptr || size == 0)
         return false;
     const kiv::OperationLock lock(m_cs);
     char text[kiv::kEncryptedTextBuffer];

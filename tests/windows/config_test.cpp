@@ -106,11 +106,17 @@ TEST_CASE("a setting is kept as number or text and read as either") {
 }
 
 TEST_CASE("what is missing, null or has no section name is refused and nothing is touched") {
-    const Settings settings;
+    const Settings settings(false);
     settings.Write("", "k", REG_SZ, "bookkeeping");
     CKivConfigMgr config;
     char buffer[16] = "untouched";
     unsigned long number = 99;
+    {  // not even the registry is refreshed
+        const RecordingLog log;
+        CHECK_FALSE((config.GetCfgString("S", "k", buffer, 0) || config.GetEncryptedCfgString("S", "k", buffer, 0)));
+        CHECK(log.Lines().empty());
+    }
+    CKivConfigMgrState::SetInitialized(true);
     for (const char* const section : {static_cast<const char*>(nullptr), "", "Missing"}) {
         CHECK_FALSE((config.GetCfgString(section, "k", buffer, 16) || config.GetCfgDword(section, "k", number)));
         CHECK_FALSE(config.GetEncryptedCfgString(section, "k", buffer, sizeof buffer));
