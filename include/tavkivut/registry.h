@@ -233,7 +233,7 @@ public:
     CKivRegValue& operator=(const CKivRegValue& other) noexcept;  // closes, then opens the other's value
     ~CKivRegValue();
 
-    // True also when the key could not be opened; its own last error tells.
+    // True also when the key could not be opened: getKey().getLastError() tells, this object's last error does not.
     bool open(const char* wksta, const char* key, const char* name,
               unsigned long permissions = KEY_ALL_ACCESS) noexcept;
     bool close() noexcept;
@@ -301,9 +301,9 @@ public:
     CKivMultiSzRegValue& operator=(const CKivMultiSzRegValue& other) noexcept;
     ~CKivMultiSzRegValue();
 
-    // Replaces the list by the value's items. 1 when that was done or the value is missing (an empty list), 0 without
-    // a key or when the data cannot be read. Data without the last terminators is split as far as it goes; empty
-    // items are kept.
+    // Replaces the list by the value's items. 1, with an empty list, also when the value cannot be asked for at all
+    // (missing, no right to read); 0, with an empty list, without a key, or when the data change or memory runs out
+    // meanwhile. Data without the last terminators is split as far as it goes; empty items are kept.
     int Attach(HKEY key, const char* valueName) noexcept;
 
     void Append(const char* item) noexcept;  // a copy; null adds ""

@@ -99,6 +99,7 @@ void CKivRegKey::iterator::Advance(ElementKind kind) noexcept {
     if (m_name == nullptr)
         return;
     const REGSAM view = m_permissions & kiv::kViewBits;
+    // An empty machine name ends as none, so that the position meets end() of a local key.
     const bool nameless = m_wksta != nullptr && *m_wksta == '\0';
     kiv::ElementName found;
     LONG status = ERROR_INVALID_HANDLE;
