@@ -5,8 +5,8 @@
 
 #include "files/kept_attributes.h"
 #include "support/ascii.h"
-#include "support/hresult.h"
 #include "support/log.h"
+#include "support/nt_family.h"
 #include "tavkivut/network.h"
 #include "tavkivut/system.h"
 
@@ -40,7 +40,7 @@ bool IsOnOwnShare(const char* path) noexcept {
 // Puts the local path in place of a path on this computer's own share; a local path that lies there again would be
 // tried for ever.
 bool TakeLocalPath(const XmlFilePath& path) noexcept {
-    if (CKivSystem::IsNT() != kStatusOk || !IsOnOwnShare(path.text))
+    if (!IsNtFamily() || !IsOnOwnShare(path.text))
         return false;
     char local[MAX_PATH];
     if (CKivRemoteWksta::GetWkstaLocalPath(path.text, local, sizeof local) == 0 || IsOnOwnShare(local)) {

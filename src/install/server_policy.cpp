@@ -4,10 +4,10 @@
 
 #include "install/server_paths.h"
 #include "support/heap_text.h"
+#include "support/nt_family.h"
 #include "tavkivut/inst_server.h"
 #include "tavkivut/registry.h"
 #include "tavkivut/security.h"
-#include "tavkivut/system.h"
 
 namespace {
 
@@ -31,7 +31,7 @@ bool OpenForReading(CKivRegKey& key) noexcept {
 void LetEveryoneRead(HKEY key) noexcept {
     CKivSecurityDescriptor sd;
     ACL* list = nullptr;
-    if (CKivSystem::IsNT() != 0 || !sd.FromRegKey(key) || !sd.GetDacl(&list) || list == nullptr)
+    if (!kiv::IsNtFamily() || !sd.FromRegKey(key) || !sd.GetDacl(&list) || list == nullptr)
         return;
     CKivAcl acl(list);
     if (acl.GetAcl() == nullptr)

@@ -5,7 +5,7 @@
 #include "network/computer.h"
 #include "network/net_api.h"
 #include "support/ascii.h"
-#include "support/hresult.h"
+#include "support/nt_family.h"
 #include "support/scoped_resource.h"
 #include "tavkivut/network.h"
 #include "tavkivut/system.h"
@@ -68,7 +68,7 @@ int CloseIdleSessions(const std::string& server) {
 int KIV_CALL TryToCloseIdleNetworkSessions(const char* machine) noexcept {
     const kiv::LastErrorKeeper keeper;
     const std::string computer = kiv::ComputerName(machine);
-    if (computer.empty() || CKivSystem::IsNT() != kiv::kStatusOk)
+    if (computer.empty() || !kiv::IsNtFamily())
         return 0;
     return CloseIdleSessions(kiv::ServerName(computer));
 }

@@ -1,8 +1,7 @@
 #include "network/shares.h"
 
-#include "support/hresult.h"
-#include "tavkivut/system.h"
+#include "support/nt_family.h"
 
 const kiv::ShareCalls& kiv::Shares() noexcept {
-    return CKivSystem::IsNT() == kStatusOk ? kNtShareCalls : k9xShareCalls;
+    return IsNtFamily() ? kNtShareCalls : k9xShareCalls;
 }

@@ -5,11 +5,11 @@
 
 #include "registry/ini_text.h"
 #include "support/ascii.h"
+#include "support/nt_family.h"
 #include "support/scoped_resource.h"
 #include "support/text_convert.h"
 #include "support/text_encoding.h"
 #include "tavkivlg/tavkivlg.h"
-#include "tavkivut/system.h"
 
 namespace kiv {
 namespace {
@@ -66,7 +66,7 @@ void IniFileLists::ReadMarkedFile() {
 // buffer; a file in the system code page fits at once, since no list is longer than the file.
 template <class Call>
 std::string_view IniFileLists::Ask(const Call& call) {
-    const std::size_t limit = CKivSystem::IsNT() == 0 ? kLargestBuffer : kLargestBuffer9x;
+    const std::size_t limit = IsNtFamily() ? kLargestBuffer : kLargestBuffer9x;
     for (;;) {
         const std::size_t size = std::min(m_buffer.size(), limit);
         const std::size_t length = call(m_buffer.data(), static_cast<DWORD>(size));

@@ -5,6 +5,7 @@
 
 #include "registry/key_path.h"
 #include "support/code_page.h"
+#include "support/nt_family.h"
 #include "support/scoped_resource.h"
 
 namespace kiv {
@@ -92,6 +93,10 @@ LONG OpenKeyPath(const char* machine, const char* path, DWORD options, REGSAM ac
 LONG CreateKeyPath(const char* machine, const char* path, DWORD options, REGSAM access, SECURITY_ATTRIBUTES* security,
                    HKEY& key) noexcept {
     return RunOnPath(machine, path, Creation{options, access, security}, key);
+}
+
+DWORD LinkOptions() noexcept {
+    return IsNtFamily() ? REG_OPTION_OPEN_LINK : 0;
 }
 
 bool IsPredefinedKey(HKEY key) noexcept {

@@ -15,6 +15,9 @@ LONG OpenKeyPath(const char* machine, const char* path, DWORD options, REGSAM ac
 LONG CreateKeyPath(const char* machine, const char* path, DWORD options, REGSAM access, SECURITY_ATTRIBUTES* security,
                    HKEY& key) noexcept;
 
+// The options that open a registry link itself, on systems that have links.
+DWORD LinkOptions() noexcept;
+
 // Whether the handle is one of the predefined keys, which cannot be duplicated and need no closing.
 bool IsPredefinedKey(HKEY key) noexcept;
 

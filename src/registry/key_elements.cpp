@@ -2,8 +2,8 @@
 
 #include <cstring>
 
+#include "registry/key_access.h"
 #include "support/scoped_resource.h"
-#include "tavkivut/system.h"
 
 namespace kiv {
 namespace {
@@ -13,8 +13,7 @@ bool IsGone(HKEY key, ElementKind kind, REGSAM view, const char* name) {
     if (kind == ElementKind::kValue)
         return ::RegQueryValueExA(key, name, nullptr, nullptr, nullptr, nullptr) == ERROR_FILE_NOT_FOUND;
     ScopedRegistryKey subkey;
-    const DWORD options = CKivSystem::IsNT() == 0 ? REG_OPTION_OPEN_LINK : 0;
-    return ::RegOpenKeyExA(key, name, options, KEY_QUERY_VALUE | view, subkey.Receive()) == ERROR_FILE_NOT_FOUND;
+    return ::RegOpenKeyExA(key, name, LinkOptions(), KEY_QUERY_VALUE | view, subkey.Receive()) == ERROR_FILE_NOT_FOUND;
 }
 
 }  // namespace

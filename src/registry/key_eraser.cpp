@@ -7,8 +7,8 @@
 #include "registry/registry_api.h"
 #include "support/ascii.h"
 #include "support/heap_text.h"
+#include "support/nt_family.h"
 #include "support/scoped_resource.h"
-#include "tavkivut/system.h"
 
 namespace kiv {
 namespace {
@@ -80,7 +80,7 @@ bool MayLeadToParent(const char* name) {
 LONG DeleteEmptyKey(HKEY parent, const char* name, bool plain, REGSAM view) {
     if (MayLeadToParent(name))
         return ERROR_INVALID_NAME;
-    if (plain || CKivSystem::IsNT() != 0)
+    if (plain || !IsNtFamily())
         return DeleteByName(parent, name, view);
     const RegistryApi& api = Registry();
     if (api.ntDeleteKey == nullptr || api.ntStatusToError == nullptr)
@@ -94,9 +94,8 @@ Level OpenLevel(HKEY parent, const ElementName& name, REGSAM access) {
     level.name = name;
     if (MayLeadToParent(name.text))
         return level;
-    const DWORD options = CKivSystem::IsNT() == 0 ? REG_OPTION_OPEN_LINK : 0;
     HKEY opened;
-    if (::RegOpenKeyExA(parent, name.text, options, access, &opened) != ERROR_SUCCESS)
+    if (::RegOpenKeyExA(parent, name.text, LinkOptions(), access, &opened) != ERROR_SUCCESS)
         return level;
     level.key.Reset(opened);
     const ValueErasure values = EraseAllValues(opened, true);

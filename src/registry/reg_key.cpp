@@ -9,8 +9,8 @@
 #include "registry/shared_key.h"
 #include "support/code_page.h"
 #include "support/heap_text.h"
+#include "support/nt_family.h"
 #include "tavkivut/registry.h"
-#include "tavkivut/system.h"
 
 using kiv::IsAnsiLeadByte;
 
@@ -26,7 +26,7 @@ CKivRegKey::CKivRegKey(const CKivRegKey& other) noexcept
     : m_handle(nullptr), m_wksta(kiv::DuplicateText(other.m_wksta)), m_key(nullptr), m_lastError(ERROR_SUCCESS),
       m_permissions(other.m_permissions), m_position(kiv::kNoPosition), m_shared(nullptr) {
     const bool predefined = kiv::IsPredefinedKey(other.m_handle);
-    const bool duplicable = m_wksta == nullptr && !predefined && CKivSystem::IsNT() == 0;
+    const bool duplicable = m_wksta == nullptr && !predefined && kiv::IsNtFamily();
     if (duplicable && other.m_handle != nullptr)
         m_handle = kiv::DuplicateKey(other.m_handle, TRUE);
     if (duplicable && (m_handle != nullptr || other.m_handle == nullptr))
@@ -74,7 +74,7 @@ void CKivRegKey::Unshare() noexcept {
         return;
     HKEY own = m_handle;
     if (!kiv::IsPredefinedKey(m_handle)) {
-        own = m_wksta == nullptr && CKivSystem::IsNT() == 0 ? kiv::DuplicateKey(m_handle, FALSE) : nullptr;
+        own = m_wksta == nullptr && kiv::IsNtFamily() ? kiv::DuplicateKey(m_handle, FALSE) : nullptr;
         if (own == nullptr)
             kiv::OpenKeyPath(m_wksta, m_key, 0, m_permissions, own);
     }

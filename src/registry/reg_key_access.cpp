@@ -1,11 +1,11 @@
 #include "support/windows_api.h"
 
+#include "support/nt_family.h"
 #include "tavkivut/registry.h"
 #include "tavkivut/security.h"
-#include "tavkivut/system.h"
 
 bool CKivRegKey::setAccess(AccessType type, void* token) noexcept {
-    if (CKivSystem::IsNT() != 0)
+    if (!kiv::IsNtFamily())
         return false;
     if (type != AccessEveryone && (type != AccessRestricted || token == nullptr)) {
         m_lastError = ERROR_INVALID_PARAMETER;

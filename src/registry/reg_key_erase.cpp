@@ -8,9 +8,9 @@
 #include "registry/key_eraser.h"
 #include "registry/key_path.h"
 #include "support/code_page.h"
+#include "support/nt_family.h"
 #include "support/scoped_resource.h"
 #include "tavkivut/registry.h"
-#include "tavkivut/system.h"
 
 using kiv::ElementKind;
 using kiv::IsAnsiLeadByte;
@@ -20,7 +20,7 @@ namespace {
 // Whether what the path names is surely no registry link. A handle that was opened by the path has followed a link:
 // what it shows belongs to another key then.
 bool IsPlainPath(const char* machine, const char* path, REGSAM view) {
-    if (CKivSystem::IsNT() != 0)
+    if (!kiv::IsNtFamily())
         return true;
     HKEY opened;
     if (kiv::OpenKeyPath(machine, path, REG_OPTION_OPEN_LINK, KEY_QUERY_VALUE | view, opened) != ERROR_SUCCESS)

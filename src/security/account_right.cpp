@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "security/account_lookup.h"
-#include "security/nt_family.h"
+#include "support/nt_family.h"
 #include "security/process_heap.h"
 #include "support/dynamic_function.h"
 #include "support/log.h"

@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "security/acl_record.h"
-#include "security/nt_family.h"
+#include "support/nt_family.h"
 #include "tavkivut/security.h"
 
 using kiv::AceView;

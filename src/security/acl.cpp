@@ -5,7 +5,7 @@
 
 #include "security/acl_record.h"
 #include "security/acl_text.h"
-#include "security/nt_family.h"
+#include "support/nt_family.h"
 #include "support/heap_text.h"
 #include "tavkivut/security.h"
 

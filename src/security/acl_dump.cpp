@@ -1,7 +1,7 @@
 #include "support/windows_api.h"
 
 #include "security/dump_text.h"
-#include "security/nt_family.h"
+#include "support/nt_family.h"
 #include "support/scoped_resource.h"
 #include "tavkivut/security.h"
 

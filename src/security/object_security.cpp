@@ -1,6 +1,6 @@
 #include "security/object_security.h"
 
-#include "security/nt_family.h"
+#include "support/nt_family.h"
 #include "security/process_heap.h"
 #include "tavkivut/security.h"
 

@@ -1,6 +1,6 @@
 #include "support/windows_api.h"
 
-#include "security/nt_family.h"
+#include "support/nt_family.h"
 #include "security/token_information.h"
 #include "support/heap_text.h"
 #include "support/log.h"

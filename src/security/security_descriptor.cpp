@@ -5,7 +5,7 @@
 
 #include "security/acl_record.h"
 #include "security/descriptor_parts.h"
-#include "security/nt_family.h"
+#include "support/nt_family.h"
 #include "tavkivut/security.h"
 
 using kiv::IsNtFamily;

@@ -3,7 +3,7 @@
 #include <cstddef>
 
 #include "security/descriptor_parts.h"
-#include "security/nt_family.h"
+#include "support/nt_family.h"
 #include "security/process_heap.h"
 #include "tavkivut/security.h"
 

@@ -4,7 +4,7 @@
 #include <cstdlib>
 
 #include "security/account_lookup.h"
-#include "security/nt_family.h"
+#include "support/nt_family.h"
 #include "security/process_heap.h"
 #include "security/sid_record.h"
 #include "security/sid_text.h"

@@ -3,7 +3,7 @@
 #include <atomic>
 #include <new>
 
-#include "security/nt_family.h"
+#include "support/nt_family.h"
 #include "security/process_heap.h"
 #include "security/token_api.h"
 #include "security/token_information.h"

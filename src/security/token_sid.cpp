@@ -1,6 +1,6 @@
 #include "support/windows_api.h"
 
-#include "security/nt_family.h"
+#include "support/nt_family.h"
 #include "security/process_heap.h"
 #include "security/sid_record.h"
 #include "security/token_information.h"

@@ -3,11 +3,10 @@
 #include <cstddef>
 
 #include "support/heap_text.h"
-#include "support/hresult.h"
+#include "support/nt_family.h"
 #include "support/scoped_resource.h"
 #include "system/ipc_block.h"
 #include "tavkivut/ipc.h"
-#include "tavkivut/system.h"
 
 namespace {
 
@@ -50,7 +49,7 @@ CKivLocalIpc::~CKivLocalIpc() {
 }
 
 int CKivLocalIpc::IsNT() noexcept {
-    return CKivSystem::IsNT() == kiv::kStatusOk ? 1 : 0;
+    return kiv::IsNtFamily() ? 1 : 0;
 }
 
 // A descriptor with a null DACL lets processes of every account open the objects: a service and the programs of a user

@@ -10,7 +10,7 @@
 #include "files/without_read_only.h"
 #include "support/ascii.h"
 #include "support/heap_text.h"
-#include "support/hresult.h"
+#include "support/nt_family.h"
 #include "support/scoped_resource.h"
 #include "system/services_text.h"
 #include "system/system_caches.h"
@@ -139,7 +139,7 @@ bool CKivNetServiceConfig::save() noexcept {
 const char* CKivNetServiceConfig::getFileName() noexcept {
     if (const char* known = Caches().servicesFile.Find())
         return known;
-    const bool isNt = CKivSystem::IsNT() == kiv::kStatusOk;
+    const bool isNt = kiv::IsNtFamily();
     const char* folder = isNt ? CKivSystem::GetSysDir() : CKivSystem::GetWinDir();
     char name[MAX_PATH];
     const int length = folder == nullptr ? MAX_PATH

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "support/hresult.h"
+#include "support/nt_family.h"
 #include "system/os_release.h"
 #include "system/system_api.h"
 #include "system/system_caches.h"
@@ -80,7 +81,7 @@ long CKivSystem::IsNT() noexcept {
 }
 
 long CKivSystem::CheckOS(enumCheckOS which) noexcept {
-    const bool nt = IsNT() == kiv::kStatusOk;
+    const bool nt = kiv::IsNtFamily();
     const long byFamily = kiv::CheckOsRelease(nt, which, nullptr);
     if (!kiv::Failed(byFamily))
         return byFamily;
@@ -91,7 +92,7 @@ long CKivSystem::CheckOS(enumCheckOS which) noexcept {
 const char* CKivSystem::GetOsVersionString() noexcept {
     if (const char* known = Caches().osVersion.Find())
         return known;
-    const bool nt = IsNT() == kiv::kStatusOk;
+    const bool nt = kiv::IsNtFamily();
     const std::optional<OsVersion> version = AskOsVersion();
     char text[100];
     kiv::FormatOsVersion(text, sizeof text, nt, version ? &*version : nullptr);

@@ -9,6 +9,7 @@
 
 #include "support/heap_text.h"
 #include "support/hresult.h"
+#include "support/nt_family.h"
 #include "support/scoped_resource.h"
 #include "support/text_convert.h"
 #include "system/system_api.h"
@@ -107,7 +108,7 @@ bool CopyWindowsDrive(char* buffer, DWORD size) noexcept {
 }  // namespace
 
 long CKivSystem::IsCurrentUserLocalAdmin() noexcept {
-    if (IsNT() != kiv::kStatusOk)
+    if (!kiv::IsNtFamily())
         return kiv::kStatusOk;
     kiv::ScopedKernelObject token;
     if (!::OpenProcessToken(::GetCurrentProcess(), TOKEN_READ, token.Receive()))
@@ -122,13 +123,13 @@ long CKivSystem::GetUserNameA(unsigned short* buffer, unsigned long size, bool w
     if (buffer == nullptr)
         return FailWith(ERROR_INVALID_PARAMETER);
     auto* wide = reinterpret_cast<wchar_t*>(buffer);
-    return withDomain && IsNT() == kiv::kStatusOk ? GetLogonName(wide) : GetAccountName(wide, size);
+    return withDomain && kiv::IsNtFamily() ? GetLogonName(wide) : GetAccountName(wide, size);
 }
 
 long CKivSystem::GetUserProfileDir(void* token, char* buffer, unsigned long* size) noexcept {
     if (buffer == nullptr || size == nullptr || *size == 0)
         return kiv::kStatusFail;
-    if (IsNT() == kiv::kStatusOk) {
+    if (kiv::IsNtFamily()) {
         const unsigned long room = *size;
         if (KivGetUserProfileDirectory(token, buffer, size))
             return kiv::kStatusOk;

@@ -1,12 +1,12 @@
-#ifndef KIV_SECURITY_NT_FAMILY_H
-#define KIV_SECURITY_NT_FAMILY_H
+#ifndef KIV_SUPPORT_NT_FAMILY_H
+#define KIV_SUPPORT_NT_FAMILY_H
 
 #include "support/hresult.h"
 #include "tavkivut/system.h"
 
 namespace kiv {
 
-// Whether the system has security data at all; on the 9x family nothing of this folder does anything.
+// Whether the system is of the NT family, which alone has security data and registry links. No where it cannot be told.
 inline bool IsNtFamily() noexcept {
     return CKivSystem::IsNT() == kStatusOk;
 }
