@@ -1,8 +1,9 @@
 #include <string>
 
+#include "files/path_text.h"
 #include "install/icmp.h"
-#include "install/server_list.h"
 #include "install/server_paths.h"
+#include "support/clock.h"
 #include "support/code_page.h"
 #include "tavkivut/inst_server.h"
 
@@ -22,10 +23,15 @@ std::string HostIn(const std::string& hostOrPath) {
 }
 
 // Asks until an answer comes, however often. Callers rely on it to wait for a machine that is starting; a machine that
-// never answers keeps them here for ever.
+// never answers keeps them here for ever. An attempt that fails at once, as without a network, takes its time too.
 void WaitForAnswer(const kiv::IcmpApi& icmp, HANDLE file, IPAddr address, DWORD timeout) noexcept {
-    std::uint32_t time = kiv::kNoRoundTripTime;
-    while (!kiv::SendEcho(icmp, file, address, timeout, time) || time == kiv::kNoRoundTripTime) {
+    for (std::uint32_t time = kiv::kNoRoundTripTime;;) {
+        const DWORD start = kiv::Clock().tickCount();
+        if (kiv::SendEcho(icmp, file, address, timeout, time) && time != kiv::kNoRoundTripTime)
+            return;
+        const DWORD elapsed = kiv::Clock().tickCount() - start;
+        if (elapsed < timeout)
+            kiv::Clock().sleep(timeout - elapsed);
     }
 }
 

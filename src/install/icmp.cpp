@@ -52,7 +52,8 @@ bool SendEcho(const IcmpApi& icmp, HANDLE file, IPAddr address, DWORD timeout, s
     static_assert(sizeof answer == (sizeof(void*) == 4 ? 36 : 48));
     answer.reply.RoundTripTime = kNoRoundTripTime;
     const DWORD replies = icmp.sendEcho(file, address, nullptr, 0, nullptr, &answer, sizeof answer, timeout);
-    roundTripTime = answer.reply.RoundTripTime;
+    // "Unreachable" and the like are replies too, without a time.
+    roundTripTime = answer.reply.Status == IP_SUCCESS ? answer.reply.RoundTripTime : kNoRoundTripTime;
     return replies != 0;
 }
 

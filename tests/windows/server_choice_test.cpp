@@ -15,6 +15,7 @@
 #include "support/redirected_key.h"
 #include "support/registry_data.h"
 #include "support/resource_count.h"
+#include "support/scripted_clock.h"
 #include "support/swapped_api.h"
 #include "support/temp_directory.h"
 #include "tavkivut/inst_server.h"
@@ -66,8 +67,11 @@ DWORD WINAPI FakeSendEcho(HANDLE, IPAddr address, LPVOID data, WORD dataSize, PI
     const bool asAgreed = data == nullptr && dataSize == 0 && options == nullptr && timeout == g_network->timeout &&
                           size == (sizeof(void*) == 4 ? 36u : 48u);
     const long request = __atomic_add_fetch(&server.requests, 1, __ATOMIC_SEQ_CST);
-    if (request <= server.deaf)
-        return static_cast<DWORD>(request % 2);  // nothing, or a reply without a time
+    if (request <= server.deaf) {  // nothing, a reply without a time, or the word that there is no way
+        if (request % 3 == 2)
+            *static_cast<ICMP_ECHO_REPLY*>(buffer) = {address, IP_DEST_HOST_UNREACHABLE, 0, 0, 0, nullptr, {}};
+        return static_cast<DWORD>(request % 3 != 0);
+    }
     if (!asAgreed || request > server.answers)
         return 0;
     static_cast<ICMP_ECHO_REPLY*>(buffer)->RoundTripTime = server.time;
@@ -285,9 +289,11 @@ TEST_CASE("a server without a usable host has no probe; nothing is chosen withou
 }
 
 TEST_CASE("a host is asked until it answers, however often; a system without ICMP takes all for alive") {
+    const kiv::test::ScriptedClock clock;
     Servers servers({{3, kAnswering, 1000000, 20000}});
     CHECK(KivIsHostAlive("\\\\s0\\share", 0) == 1);
     CHECK(servers.network.servers[0].requests == 20001);
+    CHECK(clock.Sleeps() == std::vector<DWORD>(20000, 2000));  // an attempt that fails at once takes its time too
     servers.network.timeout = 5000;
     CHECK((KivIsHostAlive("X:\\0", 1) == 1 && servers.network.openFiles == 0));
     *servers.icmp.operator->() = {FakeCreate, nullptr, FakeSendEcho};
