@@ -5,8 +5,6 @@
 namespace kiv {
 
 HMODULE LoadSystemModule(const char* fileName) noexcept {
-    if (const HMODULE loaded = ::GetModuleHandleA(fileName))
-        return loaded;
     char path[MAX_PATH];
     const UINT folder = ::GetSystemDirectoryA(path, sizeof path);
     if (folder == 0 || folder + 1 + std::strlen(fileName) >= sizeof path)
