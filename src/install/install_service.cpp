@@ -73,9 +73,10 @@ bool CKivInstallService::Set(char*& field, const char* text, unsigned long limit
     const std::size_t length = text != nullptr ? std::strlen(text) : 0;
     if (length == 0 || length > limit)
         return false;
-    kiv::ReplaceText(field, text);
+    if (!kiv::TryReplaceText(field, text))
+        return false;
     m_initialized = IsComplete();
-    return field != nullptr;
+    return true;
 }
 
 bool CKivInstallService::SetServiceName(const char* name) noexcept {
@@ -114,7 +115,7 @@ void CKivInstallService::Disconnect() noexcept {
 unsigned long CKivInstallService::Connect() noexcept {
     if (!m_initialized)
         return ERROR_INVALID_PARAMETER;
-    if (SC_HANDLE(m_manager) != nullptr || m_manager.Open(kiv::MachineArgument(m_computer), kiv::kManagerAccess))
+    if (SC_HANDLE(m_manager) != nullptr || m_manager.Open(kiv::MachineArgument(m_computer), SC_MANAGER_CONNECT))
         return ERROR_SUCCESS;
     return m_manager.GetLastError();
 }
@@ -167,13 +168,17 @@ long CKivInstallService::InstallService(char* account, char* password, unsigned 
 
 long CKivInstallService::Create(const char* binaryPath, const char* account, const char* password,
                                 unsigned long startType) noexcept {
+    const kiv::MachineArgument machine(m_computer);
+    CNTServiceControlManager manager;
+    if (!manager.Open(machine, kiv::kManagerAccess))
+        return kiv::StatusFromWin32(manager.GetLastError());
     CNTScmService service;
-    if (!service.Create(m_manager, m_name, m_display, kiv::kServiceAccess, kiv::kServiceType, startType,
+    if (!service.Create(manager, m_name, m_display, kiv::kServiceAccess, kiv::kServiceType, startType,
                         kiv::kServiceErrorControl, binaryPath, nullptr, nullptr, kiv::kServiceDependencies, account,
                         password))
         return kiv::StatusFromWin32(::GetLastError());
     KIV_LOG(kiv::kLogMain, kiv::kLogInfo, "Created Service successfully at %s", binaryPath);
-    kiv::WriteServiceDescription(kiv::MachineArgument(m_computer), m_name, m_description);
+    kiv::WriteServiceDescription(machine, m_name, m_description);
     return kiv::kStatusOk;
 }
 
@@ -185,9 +190,7 @@ long CKivInstallService::Reconfigure(CNTScmService& service, const char* binaryP
         return kiv::kStatusFail;
     }
     const char* const displayAsItIs = nullptr;
-    const DWORD error = kiv::ServiceError(kiv::Services().changeConfig, service, kiv::kServiceType, startType,
-                                          kiv::kServiceErrorControl, binaryPath, nullptr, nullptr,
-                                          kiv::kServiceDependencies, account, password, displayAsItIs);
+    const DWORD error = kiv::ConfigureService(service, startType, binaryPath, account, password, displayAsItIs);
     if (error == ERROR_SUCCESS)
         return kiv::kStatusOk;
     KIV_LOG_WIN32_TEXT(error, "Failed to reconfigure service", kiv::kLogMain);

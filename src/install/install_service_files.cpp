@@ -72,12 +72,12 @@ bool IsNewer(const std::string& source, const std::string& target) {
     return false;
 }
 
-DWORD CopyOver(const std::string& source, const std::string& target) noexcept {
+DWORD CopyInto(const std::string& source, const std::string& target) noexcept {
     char folder[MAX_PATH];
     if (CKivTools::GetParentDirectory(target.c_str(), folder, sizeof folder) == 0 ||
-        CKivTools::CreateDirectoryRecursive(folder) == 0 || !::CopyFileA(source.c_str(), target.c_str(), FALSE))
+        CKivTools::CreateDirectoryRecursive(folder) == 0)
         return ::GetLastError();
-    return ERROR_SUCCESS;
+    return kiv::CopyOver(source.c_str(), target.c_str());
 }
 
 void InstallFile(const FileList& list, const std::string& name, const std::string& directory, bool isInstalled) {
@@ -90,7 +90,7 @@ void InstallFile(const FileList& list, const std::string& name, const std::strin
     else if (stays && !IsNewer(source, target))
         return;
     KIV_LOG(kiv::kLogMain, kiv::kLogInfo, "CopyFile %s to %s", source.c_str(), target.c_str());
-    if (const DWORD error = stays ? CopyOver(source, target) : ERROR_INVALID_NAME)
+    if (const DWORD error = stays ? CopyInto(source, target) : ERROR_INVALID_NAME)
         KIV_LOG_WIN32_TEXT(error, "Failed to copy service file", kiv::kLogMain);
 }
 

@@ -32,11 +32,9 @@ void StopInstalled(const CNTServiceControlManager& manager) noexcept {
 void CopyBinary(const std::string& sourceDirectory, const std::string& targetDirectory, const char* name) {
     const std::string source = sourceDirectory + "\\" + name;
     const std::string target = targetDirectory + "\\" + name;
-    if (!::CopyFileA(source.c_str(), target.c_str(), FALSE)) {
-        const DWORD error = ::GetLastError();
+    if (const DWORD error = kiv::CopyOver(source.c_str(), target.c_str()))
         KIV_LOG_WIN32(error, kiv::kLogError, "Failed to copy service binary '%s' to '%s'", source.c_str(),
                       target.c_str());
-    }
 }
 
 DWORD CreateNew(const CNTServiceControlManager& manager, const char* binaryPath, const char* account,
@@ -61,9 +59,7 @@ bool CreateOrConfigure(const CNTServiceControlManager& manager, const char* bina
     if (kiv::OpenInstalledService(manager, kKivInstallServiceName, service) != ERROR_SUCCESS)
         return false;
     const DWORD notConfigured =
-        kiv::ServiceError(kiv::Services().changeConfig, service, kiv::kServiceType, DWORD{SERVICE_DEMAND_START},
-                          kiv::kServiceErrorControl, binaryPath, nullptr, nullptr, kiv::kServiceDependencies, account,
-                          password, kKivInstallServiceDisplay);
+        kiv::ConfigureService(service, SERVICE_DEMAND_START, binaryPath, account, password, kKivInstallServiceDisplay);
     if (notConfigured != ERROR_SUCCESS)
         KIV_LOG_WIN32_TEXT(notConfigured, "Cannot configure service", kiv::kLogMain);
     return true;

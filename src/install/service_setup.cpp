@@ -50,6 +50,21 @@ DWORD OpenInstalledService(SC_HANDLE manager, const char* name, CNTScmService& s
     return error;
 }
 
+DWORD ConfigureService(SC_HANDLE service, DWORD startType, const char* binaryPath, const char* account,
+                       const char* password, const char* display) noexcept {
+    return ServiceError(Services().changeConfig, service, kServiceType, startType, kServiceErrorControl, binaryPath,
+                        nullptr, nullptr, kServiceDependencies, account, password, display);
+}
+
+DWORD CopyOver(const char* source, const char* target) noexcept {
+    if (!::CopyFileA(source, target, FALSE))
+        return ::GetLastError();
+    const DWORD attributes = ::GetFileAttributesA(target);
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0)
+        ::SetFileAttributesA(target, attributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));
+    return ERROR_SUCCESS;
+}
+
 void GrantServiceRights(const char* machine, const char* account) noexcept {
     if (TextOrNull(account) == nullptr)
         return;

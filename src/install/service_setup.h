@@ -26,7 +26,7 @@ private:
     std::string m_server;
 };
 
-// An account or password as the service manager takes it; "" is the same as none.
+// An account as the service manager takes it; "" is the same as none.
 inline const char* TextOrNull(const char* text) noexcept {
     return text != nullptr && text[0] != '\0' ? text : nullptr;
 }
@@ -36,6 +36,14 @@ std::string ServiceBinaryPath(const std::string& path);
 
 // Opens an installed service. Gives the Win32 error, 0 for success, and writes no line.
 DWORD OpenInstalledService(SC_HANDLE manager, const char* name, CNTScmService& service) noexcept;
+
+// Gives an installed service what a new one gets. Null texts stay as they are. Gives the Win32 error, 0 for success.
+DWORD ConfigureService(SC_HANDLE service, DWORD startType, const char* binaryPath, const char* account,
+                       const char* password, const char* display) noexcept;
+
+// Copies a file over another one. What was read-only can be replaced by the next copy all the same. Gives the Win32
+// error, 0 for success.
+DWORD CopyOver(const char* source, const char* target) noexcept;
 
 // Grants the account what it needs to run the service; a line for each right. Nothing without an account.
 void GrantServiceRights(const char* machine, const char* account) noexcept;
