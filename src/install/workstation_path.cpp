@@ -61,8 +61,8 @@ std::string PrepareWorkstationPath(const char* machine, const char* baseDir) {
         path = DefaultPath(baseDir);
     if (path.empty() || path.size() >= kKivServerPathSize)
         return {};
-    CKivTools::CreateDirectoryRecursive(path.c_str());
-    if (isDefault)
+    const bool stands = CKivTools::CreateDirectoryRecursive(path.c_str()) != 0;
+    if (isDefault && stands)
         Claim(path, key);
     return path;
 }

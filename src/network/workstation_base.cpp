@@ -49,8 +49,15 @@ DWORD WindowsDirectory(const char* computer, std::string& directory) {
     return NO_ERROR;
 }
 
+// This computer's own path with its variables' values; one that would be too long stays as it is.
+std::string ExpandHere(const std::string& path) {
+    char expanded[MAX_PATH];
+    const DWORD length = ::ExpandEnvironmentStringsA(path.c_str(), expanded, sizeof expanded);
+    return length != 0 && length <= sizeof expanded ? expanded : path;
+}
+
 // A path with the other computer's own Windows directory in place of its variable.
-std::string Expand(const std::string& path, const std::string& windows) {
+std::string ExpandThere(const std::string& path, const std::string& windows) {
     for (const std::string_view variable : kWindowsVariables) {
         if (StartsWithIgnoreCase(path, variable))
             return windows + path.substr(variable.size());
@@ -69,7 +76,7 @@ DWORD FindWorkstationBase(const char* computer, std::string& directory) {
         status = ReadText(machine, kGeneralKeyPath, kWorkstationPathName, configured);
     if (status != NO_ERROR)
         return status;
-    const std::string path = Expand(configured, windows);
+    const std::string path = machine == nullptr ? ExpandHere(configured) : ExpandThere(configured, windows);
     directory = WithoutTrailingBackslash(path.empty() ? windows : std::string(ParentPath(path, IsAnsiLeadByte)));
     return IsDrivePath(directory) ? NO_ERROR : ERROR_BAD_PATHNAME;
 }
