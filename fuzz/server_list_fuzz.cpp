@@ -1,6 +1,7 @@
 #include <string>
 #include <string_view>
 
+#include "files/path_text.h"
 #include "install/server_list.h"
 #include "require.h"
 

@@ -1,7 +1,7 @@
 #include "kivctl/echo.h"
 
+#include "files/path_text.h"
 #include "install/icmp.h"
-#include "install/server_list.h"
 #include "support/code_page.h"
 #include "tavkivut/inst_server.h"
 #include "tavkivut/path.h"

@@ -38,6 +38,19 @@ bool SameOneByte(char a, char b) noexcept {
     return ToLower(a) == ToLower(b) || (IsPathSeparator(a) && IsPathSeparator(b));
 }
 
+// Where the next "\" at or behind `start` stands, else the path's size.
+std::size_t NextBackslash(std::string_view path, std::size_t start, LeadByteTest isLead) noexcept {
+    std::size_t at = start;
+    while (at < path.size() && path[at] != '\\')
+        at += CharacterSize(path, at, isLead);
+    return at;
+}
+
+// The part of a UNC path from `start` to the next "\" or the end.
+std::string_view PartAt(std::string_view path, std::size_t start, LeadByteTest isLead) noexcept {
+    return path.substr(start, NextBackslash(path, start, isLead) - start);
+}
+
 bool IsSharePath(std::string_view path) noexcept {
     return path.size() >= 2 && IsPathSeparator(path[0]) && IsPathSeparator(path[1]);
 }
@@ -46,6 +59,21 @@ bool IsSharePath(std::string_view path) noexcept {
 
 bool IsDrivePath(std::string_view path) noexcept {
     return StartsWithDrive(path) && (path.size() == 2 || IsPathSeparator(path[2]));
+}
+
+bool IsUncPath(std::string_view path) noexcept {
+    return path.size() >= 2 && path[0] == '\\' && path[1] == '\\';
+}
+
+std::string_view HostOfUncPath(std::string_view path, LeadByteTest isLead) noexcept {
+    return IsUncPath(path) ? PartAt(path, 2, isLead) : std::string_view();
+}
+
+std::string_view ShareOfUncPath(std::string_view path, LeadByteTest isLead) noexcept {
+    if (!IsUncPath(path))
+        return {};
+    const std::size_t hostEnd = NextBackslash(path, 2, isLead);
+    return hostEnd == path.size() ? std::string_view() : PartAt(path, hostEnd + 1, isLead);
 }
 
 std::size_t RootLength(std::string_view path, LeadByteTest isLead) noexcept {

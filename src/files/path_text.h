@@ -18,6 +18,12 @@ constexpr bool IsPathSeparator(char c) noexcept {
 // current folder of that drive.
 bool IsDrivePath(std::string_view path) noexcept;
 
+bool IsUncPath(std::string_view path) noexcept;
+
+// The host and the share of a path \\host\share\...; empty for any other path and where the part is missing.
+std::string_view HostOfUncPath(std::string_view path, LeadByteTest isLead) noexcept;
+std::string_view ShareOfUncPath(std::string_view path, LeadByteTest isLead) noexcept;
+
 // The part that names no folder of its own and has no parent, with its separator.
 //
 //     C:\a           C:\               \\host\share\a    \\host\share\       .

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "install/service_setup.h"
+#include "registry/config_files.h"
 #include "support/log.h"
 #include "tavkivut/crypt.h"
 #include "tavkivut/install_service.h"
@@ -12,7 +13,6 @@
 
 namespace {
 
-constexpr const char* kSetupKey = "HKLM\\Software\\TAV\\TAVSetup";
 constexpr const char* kCredentialsFailed = "Failed to write service user data! THIS IS A CRITICAL ERROR";
 constexpr const char* kServerListFailed = "Failed to write the list of supported Servers! THIS IS A CRITICAL ERROR";
 
@@ -59,7 +59,7 @@ bool KIV_CALL SaveServiceUserCredentials(const char* computer, const char* user,
         CKivEncryptData::Encrypt(password, kKivEncryptedBlock, sealedPassword, sizeof sealedPassword) == 0)
         return Fail(::GetLastError(), kCredentialsFailed);
     CKivRegKey key(kiv::MachineArgument{computer});
-    if (!key.create(kSetupKey, "tavkivds\\UData"))
+    if (!key.create(kiv::kConfigRootKey, "tavkivds\\UData"))
         return Fail(key.getLastError(), kCredentialsFailed);
     if (!Write(key, "down", sealedUser, kCredentialsFailed) || !Write(key, "dopw", sealedPassword, kCredentialsFailed))
         return false;
@@ -74,7 +74,7 @@ bool KIV_CALL Save_DS_SupportedServerList(const char* computer, const char* list
         return false;
     }
     CKivRegKey key(kiv::MachineArgument{computer});
-    if (!key.create(kSetupKey, "tavkivds\\ServerList"))
+    if (!key.create(kiv::kConfigRootKey, "tavkivds\\ServerList"))
         return Fail(key.getLastError(), kServerListFailed);
     if (!Write(key, "ServerList", list, kServerListFailed))
         return false;

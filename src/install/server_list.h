@@ -6,12 +6,9 @@
 #include <string_view>
 #include <vector>
 
-#include "files/path_text.h"
-
 namespace kiv {
 
-// Rules of the server list and of the paths in it. A "\" can be the second byte of a two-byte character, a ";" never
-// is.
+// Rules of the server list. A ";" is never the second byte of a two-byte character.
 
 // The entries of a list, always at least one. A ";" as the last character begins no further entry.
 //
@@ -24,12 +21,6 @@ std::string ServerListWithout(std::string_view list, std::size_t index);
 
 // The list with one entry more; no ";" is put behind an empty list.
 std::string ServerListWith(std::string_view list, std::string_view path);
-
-bool IsUncPath(std::string_view path) noexcept;
-
-// The host and the share of a path \\host\share\...; empty for any other path and where the part is missing.
-std::string_view HostOfUncPath(std::string_view path, LeadByteTest isLead) noexcept;
-std::string_view ShareOfUncPath(std::string_view path, LeadByteTest isLead) noexcept;
 
 }  // namespace kiv
 

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "install/server_list.h"
+#include "files/path_text.h"
 #include "support/code_page.h"
 #include "tavkivut/inst_server.h"
 #include "tavkivut/path.h"

@@ -56,8 +56,7 @@ bool OpenForWriting(CKivRegKey& key) noexcept {
     const char* const share = CKivInstServer::GetServerShare();
     if (key.open(kiv::kPoliciesKeyPath, share, KEY_ALL_ACCESS))
         return true;
-    if (key.getLastError() != ERROR_FILE_NOT_FOUND ||
-        !key.create(kiv::kPoliciesKeyPath, share, KEY_ALL_ACCESS, 0, nullptr))
+    if (!IsMissing(key) || !key.create(kiv::kPoliciesKeyPath, share, KEY_ALL_ACCESS, 0, nullptr))
         return false;
     if (share != nullptr && share[0] != '\0')
         LetEveryoneRead(key);

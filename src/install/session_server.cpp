@@ -6,6 +6,7 @@
 
 #include "support/log.h"
 
+#include "files/path_text.h"
 #include "install/configured_servers.h"
 #include "install/server_list.h"
 #include "install/server_paths.h"

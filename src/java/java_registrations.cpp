@@ -5,7 +5,6 @@
 #include "support/windows_api.h"
 
 #include "files/path_text.h"
-#include "install/server_list.h"
 #include "tavkivut/registry.h"
 
 namespace kiv {

@@ -7,7 +7,6 @@
 #include <lmerr.h>
 
 #include "files/path_text.h"
-#include "install/server_list.h"
 #include "network/computer.h"
 #include "network/share_name.h"
 #include "network/shares.h"
@@ -81,12 +80,7 @@ bool Fail(DWORD error) noexcept {
 
 // Puts a copy into a field; false, with the field as it was, when memory is exhausted.
 bool Keep(char*& field, const char* text) noexcept {
-    char* const copy = kiv::DuplicateText(text);
-    if (copy == nullptr)
-        return Fail(ERROR_NOT_ENOUGH_MEMORY);
-    kiv::FreeText(field);
-    field = copy;
-    return true;
+    return kiv::TryReplaceText(field, text) || Fail(ERROR_NOT_ENOUGH_MEMORY);
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "install/server_list.h"
+#include "files/path_text.h"
 #include "network/computer.h"
 #include "network/shares.h"
 #include "support/code_page.h"

@@ -25,9 +25,17 @@ void FreeText(char*& field) noexcept {
 }
 
 void ReplaceText(char*& field, const char* text) noexcept {
-    char* copy = DuplicateText(text);
+    if (!TryReplaceText(field, text))
+        FreeText(field);
+}
+
+bool TryReplaceText(char*& field, const char* text) noexcept {
+    char* const copy = DuplicateText(text);
+    if (copy == nullptr && text != nullptr)
+        return false;
     std::free(field);
     field = copy;
+    return true;
 }
 
 bool CopyText(char* buffer, std::size_t size, const char* text) noexcept {

@@ -19,6 +19,9 @@ void FreeText(char*& field) noexcept;
 // Puts a copy of text into the field. The copy is made before the old text is freed, so text may be the field's own.
 void ReplaceText(char*& field, const char* text) noexcept;
 
+// The same, but false when memory is exhausted: the field keeps its old text then.
+bool TryReplaceText(char*& field, const char* text) noexcept;
+
 // Copies text into a buffer of `size` characters, cut to fit and always terminated; a size of 0 writes nothing.
 // Returns whether the whole text fitted.
 bool CopyText(char* buffer, std::size_t size, const char* text) noexcept;

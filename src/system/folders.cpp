@@ -83,9 +83,7 @@ void ReadUsersTempFolder(char (&folder)[kSize]) noexcept {
 
 // By characters: a backslash can be the second byte of one.
 void RemoveTrailingBackslash(char* folder) noexcept {
-    const std::size_t last = kiv::LastSeparator(folder, kiv::IsAnsiLeadByte);
-    if (last != std::string_view::npos && folder[last] == '\\' && folder[last + 1] == '\0')
-        folder[last] = '\0';
+    folder[kiv::WithoutTrailingBackslash(folder, kiv::IsAnsiLeadByte).size()] = '\0';
 }
 
 void FreeItemList(const kiv::ShellApi& shell, ITEMIDLIST* list) noexcept {

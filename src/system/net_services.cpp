@@ -21,15 +21,6 @@ namespace {
 
 using kiv::Caches;
 
-// Null clears the field; it stays as it was where memory for the copy is exhausted.
-void SetField(char*& field, const char* text) noexcept {
-    char* const copy = kiv::DuplicateText(text);
-    if (copy == nullptr && text != nullptr)
-        return;
-    kiv::FreeText(field);
-    field = copy;
-}
-
 // In upper case by the system's rules, which know the code page's characters.
 std::string UpperCase(std::string_view text) {
     const int length = static_cast<int>(text.size());
@@ -150,7 +141,7 @@ const char* CKivNetServiceConfig::getFileName() noexcept {
 
 void CKivNetServiceConfig::setServiceName(NETSERVICE* entry, const char* name) noexcept {
     if (entry != nullptr)
-        SetField(entry->name, name);
+        kiv::TryReplaceText(entry->name, name);
 }
 
 void CKivNetServiceConfig::setPort(NETSERVICE* entry, long port) noexcept {
@@ -160,12 +151,12 @@ void CKivNetServiceConfig::setPort(NETSERVICE* entry, long port) noexcept {
 
 void CKivNetServiceConfig::setProtocol(NETSERVICE* entry, const char* protocol) noexcept {
     if (entry != nullptr)
-        SetField(entry->protocol, protocol);
+        kiv::TryReplaceText(entry->protocol, protocol);
 }
 
 void CKivNetServiceConfig::setComment(NETSERVICE* entry, const char* comment) noexcept {
     if (entry != nullptr)
-        SetField(entry->comment, comment);
+        kiv::TryReplaceText(entry->comment, comment);
 }
 
 void CKivNetServiceConfig::addAlias(NETSERVICE* entry, const char* alias) noexcept {

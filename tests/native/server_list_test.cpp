@@ -1,3 +1,4 @@
+#include "files/path_text.h"
 #include "install/server_list.h"
 
 #include <string>
