@@ -67,8 +67,8 @@ KIVLG_API void KIVLG_CALL KivWriteLogEnv(const char* format, ...) KIVLG_FORMAT(1
 KIVLG_API void KIVLG_CALL KivWriteWin32Message(const char* text, unsigned long win32Error, unsigned long threadId,
                                                const char* component, char kind, unsigned int level);
 
-// First half of a formatted line about a Win32 error. The thread's environment is that of this line afterwards. Mind the
-// order: level, then kind.
+// First half of a formatted line about a Win32 error. The thread's environment is that of this line afterwards. Mind
+// the order: level, then kind.
 KIVLG_API void KIVLG_CALL KivVarInitWin32Message(unsigned long win32Error, unsigned long threadId,
                                                  const char* component, unsigned int level, char kind);
 

@@ -5,10 +5,10 @@
 #include <utility>
 
 #include "security/account_lookup.h"
-#include "support/nt_family.h"
 #include "security/process_heap.h"
 #include "support/dynamic_function.h"
 #include "support/log.h"
+#include "support/nt_family.h"
 #include "support/scoped_resource.h"
 #include "support/text_convert.h"
 #include "tavkivut/security.h"

@@ -5,8 +5,8 @@
 
 #include "security/acl_record.h"
 #include "security/acl_text.h"
-#include "support/nt_family.h"
 #include "support/heap_text.h"
+#include "support/nt_family.h"
 #include "tavkivut/security.h"
 
 using kiv::AceView;

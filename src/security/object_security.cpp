@@ -1,7 +1,7 @@
 #include "security/object_security.h"
 
-#include "support/nt_family.h"
 #include "security/process_heap.h"
+#include "support/nt_family.h"
 #include "tavkivut/security.h"
 
 using kiv::ObjectSecurityApi;

@@ -1,9 +1,9 @@
 #include "support/windows_api.h"
 
-#include "support/nt_family.h"
 #include "security/token_information.h"
 #include "support/heap_text.h"
 #include "support/log.h"
+#include "support/nt_family.h"
 #include "support/scoped_resource.h"
 #include "tavkivut/security.h"
 

@@ -3,8 +3,8 @@
 #include <cstddef>
 
 #include "security/descriptor_parts.h"
-#include "support/nt_family.h"
 #include "security/process_heap.h"
+#include "support/nt_family.h"
 #include "tavkivut/security.h"
 
 namespace {

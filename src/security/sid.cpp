@@ -4,12 +4,12 @@
 #include <cstdlib>
 
 #include "security/account_lookup.h"
-#include "support/nt_family.h"
 #include "security/process_heap.h"
 #include "security/sid_record.h"
 #include "security/sid_text.h"
 #include "security/token_information.h"
 #include "support/heap_text.h"
+#include "support/nt_family.h"
 #include "tavkivut/security.h"
 
 using kiv::IsNtFamily;

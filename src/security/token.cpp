@@ -3,11 +3,11 @@
 #include <atomic>
 #include <new>
 
-#include "support/nt_family.h"
 #include "security/process_heap.h"
 #include "security/token_api.h"
 #include "security/token_information.h"
 #include "support/dynamic_function.h"
+#include "support/nt_family.h"
 #include "tavkivut/security.h"
 
 using kiv::IsNtFamily;

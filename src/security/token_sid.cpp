@@ -1,10 +1,10 @@
 #include "support/windows_api.h"
 
-#include "support/nt_family.h"
 #include "security/process_heap.h"
 #include "security/sid_record.h"
 #include "security/token_information.h"
 #include "support/log.h"
+#include "support/nt_family.h"
 #include "support/scoped_resource.h"
 #include "tavkivut/security.h"
 
