@@ -4,6 +4,7 @@
 
 #include "registry/ini_file_lists.h"
 #include "registry/ini_text.h"
+#include "registry/key_elements.h"
 #include "registry/setting_value.h"
 #include "support/hresult.h"
 #include "tavkivut/file.h"
@@ -18,13 +19,10 @@ using Names = std::unordered_set<std::string>;
 // The subkeys' names as the registry shows them, asked once instead of once per section.
 Names SubkeyNames(HKEY key) {
     Names names;
-    char name[2 * 255 + 1];  // the longest name, all of two-byte characters
-    for (DWORD i = 0;; ++i) {
-        DWORD length = sizeof name;
-        if (::RegEnumKeyExA(key, i, name, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
-            return names;
-        names.emplace(name, length);
-    }
+    ElementName name;
+    for (unsigned long i = 0; ElementAt(key, ElementKind::kSubkey, i, name) == ERROR_SUCCESS; ++i)
+        names.emplace(name.text);
+    return names;
 }
 
 class Import {

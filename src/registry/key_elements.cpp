@@ -19,7 +19,7 @@ bool IsGone(HKEY key, ElementKind kind, REGSAM view, const char* name) {
 }  // namespace
 
 LONG ElementAt(HKEY key, ElementKind kind, unsigned long index, ElementName& name) noexcept {
-    DWORD length = sizeof name.text;
+    DWORD length = kind == ElementKind::kValue ? kValueNameSize : sizeof name.text;
     if (kind == ElementKind::kValue)
         return ::RegEnumValueA(key, index, name.text, &length, nullptr, nullptr, nullptr, nullptr);
     return ::RegEnumKeyExA(key, index, name.text, &length, nullptr, nullptr, nullptr, nullptr);

@@ -7,10 +7,12 @@ namespace kiv {
 
 enum class ElementKind : int { kSubkey, kValue };
 
-// The element names that the enumerations show: at most 255 characters.
+// The element names that the enumerations show: those of subkeys whole, which have up to 255 characters of up to two
+// bytes, and those of values up to 255 bytes.
 struct ElementName {
-    char text[256];
+    char text[2 * 255 + 1];
 };
+constexpr DWORD kValueNameSize = 256;
 
 constexpr unsigned long kNoPosition = 0xFFFFFFFFUL;
 
@@ -21,9 +23,8 @@ LONG ElementAt(HKEY key, ElementKind kind, unsigned long index, ElementName& nam
 unsigned long FindElement(HKEY key, ElementKind kind, const char* name) noexcept;
 
 // The element behind the one called `name`, as the enumeration is now; the first when there is no such element, also
-// for a null name. The
-// position is where that was seen last, or kNoPosition, and becomes that of the element found. `view` holds the view
-// bits of the access with which the key was opened.
+// for a null name. The position is where that was seen last, or kNoPosition, and becomes that of the element found.
+// `view` holds the view bits of the access with which the key was opened.
 //
 // An element that still stands at its position is not searched. So a walk is linear, and it gets past names that the
 // code page shows alike. Where another stands there, the name itself is looked up before the search: so walking on from

@@ -27,7 +27,7 @@ ValueErasure EraseAllValues(HKEY key, bool keepLinkValue) {
     ElementName name;
     DWORD type;
     for (unsigned long left = 0;;) {
-        DWORD length = sizeof name.text;
+        DWORD length = kValueNameSize;
         LONG status = ::RegEnumValueA(key, left, name.text, &length, nullptr, &type, nullptr, nullptr);
         if (status != ERROR_SUCCESS) {
             result.complete = status == ERROR_NO_MORE_ITEMS;

@@ -10,6 +10,7 @@
 #include "support/registry_data.h"
 #include "support/temp_directory.h"
 #include "tavkivut/file.h"
+#include "tavkivut/ini.h"
 #include "tavkivut/line_file.h"
 #include "tavkivut/registry.h"
 #include "tavkivut/system.h"
@@ -54,6 +55,22 @@ TEST_CASE("a character that ends in a backslash's byte does not cut a key path")
     CHECK(std::string(key.beginKeys().getName()) == kTable + "below");
     CHECK((key.remove() && key.getLastError() == 0));
     CHECK((key.open(scratch.Path().c_str()) && key.empty()));
+}
+
+TEST_CASE("long names of two-byte characters are shown, walked over and erased") {
+    const kiv::test::ScratchKey scratch;
+    std::string name;
+    for (int i = 0; i < 250; ++i)
+        name += kTable;
+    kiv::test::CreateSubkeys(scratch.Handle(), {name + "\\below", "\xB1"});
+    CKivRegKey key(nullptr, scratch.Path().c_str());
+    CHECK((++key.findKey(name.c_str()) != key.end() && key.countKeys() == 2));
+    const kiv::test::TempDirectory folder;
+    WriteInifileToHkey(scratch.Path().c_str(), folder.Write("a.ini", "[" + name + "]\r\na=1\r\n").c_str());
+    CHECK((!kiv::test::HasSubkey(key, name + "\\below") && kiv::test::ShownData(key, "a", name) == "4:1"));
+    auto first = key.beginKeys();
+    auto last = key.end();
+    CHECK((key.erase(first, last) && key.getLastError() == 0 && key.countKeys() == 0));
 }
 
 TEST_CASE("lines of two-byte characters are as long as their bytes") {
