@@ -184,7 +184,8 @@ public:
     bool erase(iteratorKeys& it) noexcept;
 
     // Delete from first on until it meets last or the end. Behind a deleted element the walk begins anew at the
-    // first one, so a range that begins in the middle takes what stands before it too.
+    // first one, so a range that begins in the middle takes what stands before it too. The last error is the last
+    // failure; an element whose name is too long to be shown ends a range of its whole kind with 234.
     bool erase(iteratorValues& first, iterator& last) noexcept;
     bool erase(iteratorKeys& first, iterator& last) noexcept;
 

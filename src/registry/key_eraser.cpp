@@ -17,7 +17,7 @@ namespace {
 constexpr const char* kLinkValue = "SymbolicLinkValue";
 
 struct ValueErasure {
-    LONG failure = ERROR_SUCCESS;  // status of the last value left
+    LONG failure = ERROR_SUCCESS;  // of the last value left, or what ended the enumeration too early
     bool link = false;             // a link's own value was seen, and left
     bool complete = false;         // all values were seen
 };
@@ -31,6 +31,8 @@ ValueErasure EraseAllValues(HKEY key, bool keepLinkValue) {
         LONG status = ::RegEnumValueA(key, left, name.text, &length, nullptr, &type, nullptr, nullptr);
         if (status != ERROR_SUCCESS) {
             result.complete = status == ERROR_NO_MORE_ITEMS;
+            if (!result.complete)
+                result.failure = status;
             return result;
         }
         if (keepLinkValue && type == REG_LINK && EqualsIgnoreCase(name.text, kLinkValue)) {
@@ -117,12 +119,17 @@ LONG EraseSubkeys(HKEY key, REGSAM access) noexcept {
     for (;;) {
         Level& current = way.back();
         ElementName child;
-        if (current.key && ElementAt(current.key.Get(), ElementKind::kSubkey, current.left, child) == ERROR_SUCCESS) {
+        const LONG found =
+            current.key ? ElementAt(current.key.Get(), ElementKind::kSubkey, current.left, child) : ERROR_NO_MORE_ITEMS;
+        if (found == ERROR_SUCCESS) {
             way.push_back(OpenLevel(current.key.Get(), child, access));
             continue;
         }
-        if (way.size() == 1)
+        if (way.size() == 1) {
+            if (found != ERROR_NO_MORE_ITEMS)
+                failure = found;
             break;
+        }
         const ElementName name = current.name;
         const bool plain = current.plain;
         way.pop_back();

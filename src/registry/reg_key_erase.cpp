@@ -29,6 +29,19 @@ bool IsPlainPath(const char* machine, const char* path, REGSAM view) {
     return kiv::IsPlainKey(key.Get());
 }
 
+// Erases one element after the other. A failure is not overwritten by what succeeds after it.
+template <class Position>
+void EraseEach(CKivRegKey& key, Position& first, const CKivRegKey::iterator& last) {
+    unsigned long failure = ERROR_SUCCESS;
+    for (; first.getName() != nullptr && first != last; ++first) {
+        key.erase(first);
+        if (key.getLastError() != ERROR_SUCCESS)
+            failure = key.getLastError();
+    }
+    if (failure != ERROR_SUCCESS)
+        key.setLastError(failure);
+}
+
 }  // namespace
 
 bool CKivRegKey::erase(iteratorValues& it) noexcept {
@@ -58,8 +71,7 @@ bool CKivRegKey::erase(iteratorValues& first, iterator& last) noexcept {
         first.End();
         return true;
     }
-    for (; first.m_name != nullptr && first != last; ++first)
-        erase(first);
+    EraseEach(*this, first, last);
     return true;
 }
 
@@ -69,8 +81,7 @@ bool CKivRegKey::erase(iteratorKeys& first, iterator& last) noexcept {
         first.End();
         return true;
     }
-    for (; first.m_name != nullptr && first != last; ++first)
-        erase(first);
+    EraseEach(*this, first, last);
     return true;
 }
 

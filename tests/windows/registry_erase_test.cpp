@@ -88,8 +88,17 @@ TEST_CASE("what cannot be deleted is skipped, and the last error tells") {
     const unsigned long status = opened.key.getLastError();
     CHECK((status != 0 && SubkeyNames(opened.key) == Names{"b"} && SubkeyNames(b.Get()) == Names{"keep"}));
     CHECK(ValueNames(b.Get()).empty());
-    auto first = opened.key.findKey("b");  // step by step it is the same
-    CHECK((opened.key.erase(first, opened.foreign) && opened.key.getLastError() == status));
+    CreateSubkeys(opened.key, {"a", "c"});
+    auto first = opened.key.findKey("b");  // step by step it is the same, also when the last one succeeds
+    CKivRegKey::iterator before = opened.key.findKey("a");
+    CHECK((opened.key.erase(first, before) && opened.key.getLastError() == status));
+    CHECK(SubkeyNames(opened.key) == Names{"a", "b"});
+    ::RegSetValueExW(opened.key, std::wstring(300, L'n').c_str(), 0, REG_SZ, nullptr, 0);  // never shown
+    SetText(opened.key, "a", "");
+    auto value = opened.key.beginValues();
+    auto last = opened.key.end();
+    CHECK((opened.key.erase(value, last) && opened.key.getLastError() == ERROR_MORE_DATA));
+    CHECK(opened.key.countValues() == 1);
 }
 
 TEST_CASE("names that the code page shows alike do not make an erasure endless") {
