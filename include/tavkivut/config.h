@@ -29,9 +29,10 @@ public:
 
     // Takes the newer of the local file and the session server's file (the local one when they are equally new) and,
     // when it is newer than what the registry was last filled from, imports it: each section of the file replaces its
-    // subkey, other subkeys stay. An older or equally old file never overwrites the registry. Choosing the session
-    // server can take as long as CKivInstServer says. Another process that does the same is waited for, for at most 30
-    // seconds. Returns true, whatever was found; the log tells.
+    // subkey, other subkeys stay. An older or equally old file never overwrites the registry; one that
+    // cannot be read is tried again the next time. Choosing the session server can take as long as CKivInstServer says.
+    // Another process that does the same is waited for, for at most 30 seconds. Returns true, whatever was found; the
+    // log tells.
     bool Initialize() noexcept;
 
     // The setting as text, a number in signed decimal form. False, with the buffer untouched, when it does not exist or

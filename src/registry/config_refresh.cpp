@@ -3,10 +3,10 @@
 #include <string>
 
 #include "registry/config_files.h"
+#include "registry/ini_import.h"
 #include "support/log.h"
 #include "support/scoped_resource.h"
 #include "tavkivut/file.h"
-#include "tavkivut/ini.h"
 #include "tavkivut/inst_server.h"
 #include "tavkivut/registry.h"
 
@@ -119,8 +119,8 @@ void RefreshConfig() {
         const RefreshLock lock;
         if (isDue()) {  // no other process has done it meanwhile
             KIV_LOG(kLogMain, kLogInfo, "update config information from %s", source.file.c_str());
-            WriteInifileToHkey(kConfigRootKey, source.file.c_str());
-            StoreTime(source.time);
+            if (ImportIniFile(kConfigRootKey, source.file.c_str()))
+                StoreTime(source.time);
             return;
         }
     }

@@ -1,7 +1,6 @@
 #include "registry/ini_file_lists.h"
 
 #include <algorithm>
-#include <new>
 
 #include "registry/ini_text.h"
 #include "support/ascii.h"
@@ -25,16 +24,13 @@ std::string LowerCase(std::string_view text) {
     return lower;
 }
 
-std::string ReadWhole(HANDLE file) {
+bool ReadWhole(HANDLE file, std::string& bytes) {
     const DWORD size = ::GetFileSize(file, nullptr);
     if (size == INVALID_FILE_SIZE || size > kLargestBuffer)
-        throw std::bad_alloc();
-    std::string bytes(size, '\0');
+        return false;
+    bytes.resize(size);
     DWORD read = 0;
-    if (!::ReadFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &read, nullptr))
-        read = 0;
-    bytes.resize(read);
-    return bytes;
+    return ::ReadFile(file, bytes.data(), size, &read, nullptr) && read == size;
 }
 
 std::string ToAnsi(std::u16string_view text) {
@@ -44,22 +40,27 @@ std::string ToAnsi(std::u16string_view text) {
 }  // namespace
 
 IniFileLists::IniFileLists(const char* path, std::size_t fileSize) : m_path(path) {
-    ReadMarkedFile();
+    m_read = ReadMarkedFile();
     if (!m_marked)
         m_buffer.resize(std::min(fileSize, kLargestBuffer - 8) + 8);
 }
 
-void IniFileLists::ReadMarkedFile() {
+// False for a file that cannot be opened or, where it has a mark, not be read whole.
+bool IniFileLists::ReadMarkedFile() {
     const ScopedFile file(
         ::CreateFileA(m_path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file || KivGetFileEncoding(file.Get()) == static_cast<unsigned long>(TextEncoding::kCodePage))
-        return;
+        return static_cast<bool>(file);
     m_marked = true;
-    const std::u16string text = DecodeMarkedText(ReadWhole(file.Get()));
+    std::string bytes;
+    if (!ReadWhole(file.Get(), bytes))
+        return false;
+    const std::u16string text = DecodeMarkedText(bytes);
     for (const IniSection& section : ParseIniText(text)) {
         m_sections.push_back({ToAnsi(section.name), ToAnsi(section.entries)});
         m_byName.emplace(LowerCase(m_sections.back().name), m_sections.size() - 1);
     }
+    return true;
 }
 
 // One of the system's calls with a buffer that holds its whole answer. A cut answer is two characters shorter than the

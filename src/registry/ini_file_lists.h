@@ -19,6 +19,9 @@ public:
     IniFileLists(const IniFileLists&) = delete;
     IniFileLists& operator=(const IniFileLists&) = delete;
 
+    // Whether the file could be read. Of one without a mark only that it could be opened is known.
+    bool IsRead() const { return m_read; }
+
     std::string SectionNames();
 
     // The entries of a section, valid until the next call.
@@ -30,12 +33,13 @@ private:
         std::string entries;
     };
 
-    void ReadMarkedFile();
+    bool ReadMarkedFile();
     template <class Call>
     std::string_view Ask(const Call& call);
 
     const char* m_path;
     bool m_marked = false;
+    bool m_read = false;
     std::vector<MarkedSection> m_sections;                  // of a file with a mark
     std::unordered_map<std::string, std::size_t> m_byName;  // lower-case name to the first such section
     std::string m_buffer;                                   // what the system's calls write into

@@ -1,3 +1,5 @@
+#include "registry/ini_import.h"
+
 #include <new>
 #include <string>
 #include <unordered_set>
@@ -30,7 +32,10 @@ public:
     Import(const char* keyPath, const char* iniFile, std::size_t fileSize)
         : m_base(nullptr, keyPath), m_lists(iniFile, fileSize), m_subkeys(SubkeyNames(m_base)) {}
 
-    void Run() {
+    // False, with nothing changed, when the file cannot be read.
+    bool Run() {
+        if (!m_lists.IsRead())
+            return false;
         const std::string list = m_lists.SectionNames();
         Names done;  // a section that comes again would be replaced by the same entries
         TextList names(list);
@@ -39,6 +44,7 @@ public:
             if (fresh)
                 ReplaceSection(*section);
         }
+        return true;
     }
 
 private:
@@ -77,18 +83,24 @@ private:
 };
 
 }  // namespace
+
+bool ImportIniFile(const char* keyPath, const char* iniFile) noexcept {
+    unsigned long size = 0;
+    if (Failed(CKivFile::GetSize(iniFile, size)) || size == INVALID_FILE_SIZE)
+        return false;
+    if (size == 0)
+        return true;
+    try {
+        return Import(keyPath, iniFile, size).Run();
+    } catch (const std::bad_alloc&) {
+        // A file that is too big for memory is not imported, or not to its end.
+        return false;
+    }
+}
+
 }  // namespace kiv
 
 void KIV_CALL WriteInifileToHkey(const char* keyPath, const char* iniFile) noexcept {
-    if (keyPath == nullptr || iniFile == nullptr)
-        return;
-    unsigned long size = 0;
-    if (kiv::Failed(CKivFile::GetSize(iniFile, size)) || size == 0 || size == 0xFFFFFFFF)
-        return;
-    try {
-        kiv::Import(keyPath, iniFile, size).Run();
-    } catch (const std::bad_alloc&) {
-        // A file that is too big for memory is not imported, or not to its end.
-        return;
-    }
+    if (keyPath != nullptr && iniFile != nullptr)
+        kiv::ImportIniFile(keyPath, iniFile);
 }

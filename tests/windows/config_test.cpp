@@ -50,10 +50,12 @@ struct Settings {
     kiv::test::RedirectedKey machine{HKEY_LOCAL_MACHINE};
 };
 
-// Makes a file that was written so many seconds after a fixed moment.
-void WriteFileAt(const Text& path, int seconds, const Text& bytes) {
+// Makes a file that was written so many seconds after a fixed moment; a size makes it longer, by a hole.
+void WriteFileAt(const Text& path, int seconds, const Text& bytes, long size = 0) {
     kiv::test::WriteFileBytes(path, bytes);
     const kiv::ScopedFile file(::CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    if (size != 0)
+        REQUIRE((::SetFilePointer(file.Get(), size, nullptr, FILE_BEGIN) != 0 && ::SetEndOfFile(file.Get())));
     const long long ticks = 127000000000000000LL + seconds * 10000000LL;
     const FILETIME time = {static_cast<DWORD>(ticks & 0xFFFFFFFF), static_cast<DWORD>(ticks >> 32)};
     REQUIRE(::SetFileTime(file.Get(), nullptr, nullptr, &time));
@@ -167,6 +169,10 @@ TEST_CASE("a newer file refreshes the sections that it names, once") {
     WriteFileAt(server.file, 2, "\xEF\xBB\xBF[S]\r\na=12\r\n");
     ::SetFileAttributesA(server.file.c_str(), kGuarded);
     CHECK((Initialize() == updated && settings.Read("S", "a") == "4:12"));
+    ::SetFileAttributesA(server.file.c_str(), FILE_ATTRIBUTE_NORMAL);
+    WriteFileAt(server.file, 3, "\xEF\xBB\xBF[S]\r\na=13\r\n", 0x40000000);
+    CHECK((Initialize() == updated && Initialize() == updated));  // too large to be read: tried again
+    CHECK(settings.Read("S", "a") == "4:12");
 }
 
 TEST_CASE("first calls of several threads refresh once, instances come and go") {
