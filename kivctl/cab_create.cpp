@@ -54,6 +54,8 @@ std::vector<WIN32_FIND_DATAA> EntriesOf(const std::string& folder) {
         if (name != "." && name != "..")
             entries.push_back(found);
     } while (::FindNextFileA(search.Get(), &found));
+    if (const DWORD error = ::GetLastError(); error != ERROR_NO_MORE_FILES)
+        throw Failure("'" + folder + "' cannot be read to its end: " + ErrorText(error));
     std::sort(entries.begin(), entries.end(), [](const WIN32_FIND_DATAA& a, const WIN32_FIND_DATAA& b) {
         return std::string(a.cFileName) < b.cFileName;
     });

@@ -47,8 +47,9 @@ std::vector<TextLine> SplitLines(std::string_view text) {
 
 std::string ReadWholeFile(const std::string& file) {
     const kiv::ScopedFile opened = Open(file, GENERIC_READ);
-    const DWORD size = ::GetFileSize(opened.Get(), nullptr);
-    if (size > kMostBytes)
+    DWORD high = 0;
+    const DWORD size = ::GetFileSize(opened.Get(), &high);
+    if (high != 0 || size > kMostBytes)
         throw Failure("'" + file + "' is too long");
     std::string content(size, '\0');
     DWORD read = 0;
@@ -56,7 +57,8 @@ std::string ReadWholeFile(const std::string& file) {
         const DWORD error = ::GetLastError();
         throw Failure("'" + file + "' cannot be read: " + ErrorText(error));
     }
-    content.resize(read);
+    if (read != size)
+        throw Failure("'" + file + "' became shorter while it was read");
     return content;
 }
 
