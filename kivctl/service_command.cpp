@@ -14,8 +14,7 @@
 namespace kivctl {
 namespace {
 
-constexpr unsigned long kPollPeriod = 250;       // milliseconds
-constexpr unsigned long kProgressPeriod = 1000;  // milliseconds
+constexpr unsigned long kPollPeriod = 250;  // milliseconds
 
 struct Options {
     std::string machine;
@@ -118,40 +117,37 @@ void Show(const Options& options) {
     PrintStatus(options.name, status, extended.dwProcessId, options.json);
 }
 
+// Waits so many seconds at most; a service that shall run and has ended is not waited for. Then shows the state.
+void AwaitState(const Service& service, unsigned long wanted, unsigned long wait) {
+    const unsigned long begin = ::GetTickCount();
+    unsigned long shown = 0;
+    unsigned long state = service.Status().dwCurrentState;
+    for (; state != wanted && state != SERVICE_STOPPED; state = service.Status().dwCurrentState) {
+        const unsigned long seconds = (::GetTickCount() - begin) / 1000;
+        if (seconds > shown)
+            service.ShowProgress(shown = seconds);
+        if (seconds >= wait)
+            break;
+        ::Sleep(kPollPeriod);
+    }
+    service.ShowState();
+    if (wait != 0 && state != wanted)
+        SetExitCode(kExitFailed);
+}
+
 void Start(const Options& options) {
     const Service service(options, SERVICE_START | SERVICE_QUERY_STATUS);
     std::vector<const char*> arguments;
     for (const std::string& argument : options.arguments)
         arguments.push_back(argument.c_str());
     service.Require(service.Start(static_cast<unsigned long>(arguments.size()), arguments.data()), "does not start");
-    const unsigned long begin = ::GetTickCount();
-    unsigned long shown = 0;
-    while (service.Status().dwCurrentState == SERVICE_START_PENDING) {
-        const unsigned long seconds = (::GetTickCount() - begin) / 1000;
-        if (seconds >= options.wait)
-            break;
-        if (seconds > shown)
-            service.ShowProgress(shown = seconds);
-        ::Sleep(kPollPeriod);
-    }
-    service.ShowState();
-    if (options.wait != 0 && service.Status().dwCurrentState != SERVICE_RUNNING)
-        SetExitCode(kExitFailed);
+    AwaitState(service, SERVICE_RUNNING, options.wait);
 }
 
 void Stop(const Options& options) {
     Service service(options, SERVICE_STOP | SERVICE_QUERY_STATUS);
     service.Require(service.Stop(), "does not take the stop");
-    bool stopped = options.wait == 0;
-    for (unsigned long second = 1; !stopped && second <= options.wait; ++second) {
-        stopped = service.WaitForStop(kProgressPeriod);
-        service.Require(stopped || ::GetLastError() == ERROR_TIMEOUT, "does not tell its state");
-        if (!stopped)
-            service.ShowProgress(second);
-    }
-    service.ShowState();
-    if (options.wait != 0 && service.Status().dwCurrentState != SERVICE_STOPPED)
-        SetExitCode(kExitFailed);
+    AwaitState(service, SERVICE_STOPPED, options.wait);
 }
 
 void Pause(const Options& options) {
