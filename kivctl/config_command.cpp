@@ -8,6 +8,7 @@
 #include "support/windows_api.h"
 
 #include "kivctl/command.h"
+#include "kivctl/late_probes.h"
 #include "tavkivut/config.h"
 #include "tavkivut/crypt.h"
 #include "tavkivut/registry.h"
@@ -57,6 +58,7 @@ std::vector<std::string> SectionNames() {
 }
 
 void Show(const Options& options) {
+    const LateProbes probes;
     CKivConfigMgr config;
     config.Initialize();
     nlohmann::json answer = nlohmann::json::object();
@@ -101,6 +103,7 @@ std::string ReadEncrypted(CKivConfigMgr& config, const Options& options) {
 }
 
 void Get(const Options& options) {
+    const LateProbes probes;
     CKivConfigMgr config;
     const std::string value = options.encrypted ? ReadEncrypted(config, options) : ReadSetting(config, options);
     if (options.json)
@@ -118,6 +121,7 @@ std::string ValueToSet(const Options& options) {
 }
 
 void Set(const Options& options) {
+    const LateProbes probes;
     CKivConfigMgr config;
     const std::string value = ValueToSet(options);
     const char* const section = options.section.c_str();
@@ -128,9 +132,9 @@ void Set(const Options& options) {
     } else if (!config.SetCfgString(section, key, value.c_str(), options.files)) {
         throw UsageError("a section needs a name");
     }
-    // The library's answer does not tell whether the registry took it.
+    // The library's answer does not tell whether the registry took it. Who may not write sees the old value.
     CKivRegKey stored;
-    if (!stored.open(kRootKey, section, KEY_READ) || !stored[key].exist())
+    if (!stored.open(kRootKey, section, KEY_READ | KEY_SET_VALUE) || !stored[key].exist())
         throw Failure("the registry was not written: " + ErrorText(stored.getLastError()));
 }
 
@@ -141,6 +145,7 @@ unsigned long long StoredTime() {
 }
 
 void Refresh(const Options& options) {
+    const LateProbes probes;
     const unsigned long long before = StoredTime();
     CKivConfigMgr().Initialize();
     const bool refreshed = StoredTime() != before;

@@ -9,6 +9,7 @@
 #include "support/windows_api.h"
 
 #include "kivctl/command.h"
+#include "kivctl/late_probes.h"
 #include "kivctl/password.h"
 #include "kivctl/service_view.h"
 #include "support/characters.h"
@@ -79,10 +80,11 @@ Configuration ConfigurationOf(const CNTScmService& service) {
     QUERY_SERVICE_CONFIGA* config = nullptr;
     if (!service.QueryConfig(config))
         Fail("the service does not tell its configuration", ::GetLastError());
-    Configuration found{config->lpBinaryPathName, config->lpServiceStartName, config->dwStartType};
+    const auto text = [](const char* known) { return std::string(known != nullptr ? known : ""); };
+    Configuration found{text(config->lpBinaryPathName), text(config->lpServiceStartName), config->dwStartType};
     std::free(config);
-    if (found.program.size() > 1 && found.program.front() == '"')
-        found.program = found.program.substr(1, found.program.size() - 2);
+    if (!found.program.empty() && found.program.front() == '"')
+        found.program = found.program.substr(1, found.program.find('"', 1) - 1);
     return found;
 }
 
@@ -110,6 +112,7 @@ void InstallHere(const Options& options, const char* password) {
 
 // From the installation server, what is newer.
 void InstallFromServer(CKivInstallService& service, const Options& options, char* password) {
+    const LateProbes probes;
     std::string account = options.account;
     Require(service.MakeUptodate(), "the files cannot be brought up to date");
     Require(service.InstallService(account.data(), password, StartTypeOf(options.startType)),
@@ -135,6 +138,7 @@ void Install(const Options& options) {
 }
 
 void Update(const Options& options) {
+    const LateProbes probes;
     CKivInstallService service = ServiceOf(options);
     const InstalledService installed(options, SERVICE_QUERY_CONFIG | SERVICE_QUERY_STATUS);
     const std::string program = ConfigurationOf(installed).program;

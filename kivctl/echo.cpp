@@ -1,25 +1,12 @@
 #include "kivctl/echo.h"
 
-#include "files/path_text.h"
 #include "install/icmp.h"
-#include "support/code_page.h"
-#include "tavkivut/inst_server.h"
-#include "tavkivut/path.h"
-#include "tavkivut/system.h"
+#include "install/server_paths.h"
 
 namespace kivctl {
 namespace {
 
 constexpr unsigned kFutile = 2;
-
-std::string HostOf(const std::string& server) {
-    char universal[kKivServerPathSize];
-    if (kiv::IsUncPath(server))
-        return std::string(kiv::HostOfUncPath(server, kiv::IsAnsiLeadByte));
-    if (CKivPath::NetGetUniversalName(server.c_str(), universal, sizeof universal) != 0)
-        return std::string(kiv::HostOfUncPath(universal, kiv::IsAnsiLeadByte));
-    return CKivSystem::GetComputerNameA();
-}
 
 void Measure(const kiv::IcmpApi& icmp, HANDLE file, IPAddr address, const EchoLimits& limits, EchoResult& result) {
     while (result.sent < static_cast<unsigned>(limits.count) && (result.answered > 0 || result.sent < kFutile)) {
@@ -41,7 +28,7 @@ std::optional<EchoResult> SendEchoes(const std::string& server, const EchoLimits
     if (file == INVALID_HANDLE_VALUE)
         return std::nullopt;
     EchoResult result;
-    const std::string host = HostOf(server);
+    const std::string host = kiv::HostOfPath(server);
     IPAddr address = 0;
     result.resolved = !host.empty() && kiv::ResolveHost(host.c_str(), address);
     if (result.resolved)

@@ -43,7 +43,7 @@ public:
         const char* const result = call.result == "void" ? nullptr : call.result.c_str();
         char* const signature = AllocJNISignature(result, call.parameters.c_str());
         const auto reference = reinterpret_cast<jclass>(static_cast<jobject>(cls));
-        const bool has = env->functions->getMethodID(env, reference, call.method.c_str(), signature) != nullptr;
+        const bool has = env->functions->getMethodID(env, reference, Utf8(call.method).c_str(), signature) != nullptr;
         FreeJNIName(signature);
         env->functions->exceptionClear(env);
         return has;

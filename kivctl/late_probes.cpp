@@ -1,5 +1,7 @@
 #include "kivctl/late_probes.h"
 
+#include <iostream>
+
 #include "support/dynamic_function.h"
 #include "support/scoped_resource.h"
 
@@ -38,7 +40,8 @@ bool HasOtherThreads(const ThreadListApi& api) {
 
 }  // namespace
 
-void WaitForLateProbes() {
+LateProbes::~LateProbes() {
+    std::cout.flush();
     const ThreadListApi& api = kiv::DynamicApi<ThreadListApi>::Get();
     if (api.snapshot == nullptr || api.first == nullptr || api.next == nullptr)
         return;

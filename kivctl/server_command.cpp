@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cctype>
 #include <cstdio>
 #include <iostream>
 #include <memory>
@@ -15,6 +14,7 @@
 #include "kivctl/command.h"
 #include "kivctl/echo.h"
 #include "kivctl/late_probes.h"
+#include "support/ascii.h"
 #include "tavkivut/inst_server.h"
 #include "tavkivut/path.h"
 #include "tavkivut/registry.h"
@@ -118,6 +118,7 @@ void Probe(const Options& options) {
 }
 
 void Pick(const Options& options) {
+    const LateProbes probes;
     RequireInstallerForm(options);
     char path[kKivServerPathSize];
     char setup[kKivServerPathSize];
@@ -128,8 +129,6 @@ void Pick(const Options& options) {
         std::cout << Json{{"path", Utf8(path)}, {"setup", Utf8(setup)}, {"available", available}}.dump() << "\n";
     else
         std::cout << path << (available ? "" : "  (no server is available)") << "\n";
-    std::cout.flush();
-    WaitForLateProbes();
     SetExitCode(available ? kExitDone : kExitFailed);
 }
 
@@ -169,8 +168,7 @@ void Add(const Options& options) {
 
 // A number of at most four digits; none where the text is something else.
 std::optional<unsigned> IndexIn(const std::string& text) {
-    const bool isNumber = !text.empty() && text.size() <= 4 &&
-                          std::all_of(text.begin(), text.end(), [](unsigned char c) { return std::isdigit(c) != 0; });
+    const bool isNumber = !text.empty() && text.size() <= 4 && std::all_of(text.begin(), text.end(), kiv::IsDigit);
     return isNumber ? std::optional<unsigned>(static_cast<unsigned>(std::stoul(text))) : std::nullopt;
 }
 
@@ -186,6 +184,7 @@ void Remove(const Options& options) {
 }
 
 void GetPolicy(const Options& options) {
+    const LateProbes probes;
     std::vector<char> value(65536);
     const unsigned length =
         CKivInstServer::GetServerPolicy(options.name.c_str(), value.data(), static_cast<unsigned>(value.size()));
@@ -198,9 +197,8 @@ void GetPolicy(const Options& options) {
 }
 
 void SetPolicy(const Options& options) {
-    const bool written = CKivInstServer::SetServerPolicy(options.name.c_str(), options.value.c_str()) != 0;
-    WaitForLateProbes();
-    if (!written)
+    const LateProbes probes;
+    if (CKivInstServer::SetServerPolicy(options.name.c_str(), options.value.c_str()) == 0)
         throw Failure("the policy was not written on " + std::string(CKivInstServer::GetServerHost()));
 }
 
