@@ -10,7 +10,9 @@
 //
 // The key is the site's: the value "SiteKey" of HKLM\Software\TAV\TAVSetup, REG_BINARY or REG_SZ, 16 to 1024 bytes,
 // which an administrator sets to the same random bytes on all workstations of the site (characters beyond ASCII
-// depend on the code page: leave them out). Protect that key of the registry: who reads the value reads the settings.
+// depend on the code page: leave them out). On 64-bit systems it may stand in the 32-bit or the 64-bit view of the
+// registry; each program looks into its own view first. Protect that key of the registry: who reads the value reads the
+// settings.
 // Without the value a key that is built into the library is used. That is OBFUSCATION, not secrecy: everyone
 // who has the library can undo it. A value that is there but cannot be used makes every operation fail, with a line in
 // the log.

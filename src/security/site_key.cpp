@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "support/dynamic_function.h"
 #include "support/log.h"
 #include "support/scoped_resource.h"
 
@@ -15,6 +16,27 @@ constexpr std::size_t kShortestKey = 16;
 // Everyone who has the library has this key.
 constexpr char kBuiltInKey[] = "tavkivut built-in settings key: obfuscation only";
 
+struct Wow64Api {
+    decltype(&::IsWow64Process) isWow64Process;  // every 64-bit system has it
+
+    void Load() noexcept { FindFunction(LoadSystemModule("kernel32.dll"), "IsWow64Process", isWow64Process); }
+};
+
+// What asks for the view of the registry that is not this process's own; 0 where the system has only one, and may not
+// know the bits.
+REGSAM OtherView() noexcept {
+    if (sizeof(void*) == 8)
+        return KEY_WOW64_32KEY;
+    const auto isWow64Process = DynamicApi<Wow64Api>::Get().isWow64Process;
+    BOOL isWow64 = FALSE;
+    const bool known = isWow64Process != nullptr && isWow64Process(::GetCurrentProcess(), &isWow64);
+    return known && isWow64 ? KEY_WOW64_64KEY : 0;
+}
+
+bool IsMissing(DWORD status) noexcept {
+    return status == ERROR_FILE_NOT_FOUND || status == ERROR_PATH_NOT_FOUND;
+}
+
 }  // namespace
 
 SiteKey::~SiteKey() {
@@ -22,8 +44,11 @@ SiteKey::~SiteKey() {
 }
 
 DWORD SiteKey::Read() noexcept {
-    const DWORD status = ReadValue();
-    if (status == ERROR_FILE_NOT_FOUND || status == ERROR_PATH_NOT_FOUND) {
+    DWORD status = ReadValue(0);
+    const REGSAM otherView = IsMissing(status) ? OtherView() : 0;
+    if (otherView != 0)
+        status = ReadValue(otherView);
+    if (IsMissing(status)) {
         m_size = sizeof kBuiltInKey - 1;
         std::memcpy(m_bytes, kBuiltInKey, m_size);
         return ERROR_SUCCESS;
@@ -33,9 +58,9 @@ DWORD SiteKey::Read() noexcept {
     return status;
 }
 
-DWORD SiteKey::ReadValue() noexcept {
+DWORD SiteKey::ReadValue(REGSAM view) noexcept {
     ScopedRegistryKey key;
-    LONG status = ::RegOpenKeyExA(HKEY_LOCAL_MACHINE, kKeyPath, 0, KEY_QUERY_VALUE, key.Receive());
+    LONG status = ::RegOpenKeyExA(HKEY_LOCAL_MACHINE, kKeyPath, 0, KEY_QUERY_VALUE | view, key.Receive());
     if (status != ERROR_SUCCESS)
         return static_cast<DWORD>(status);
     DWORD type = 0;

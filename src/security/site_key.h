@@ -10,8 +10,9 @@
 namespace kiv {
 
 // The key that encrypts settings, read for one operation and wiped after it: the value "SiteKey" of
-// HKLM\Software\TAV\TAVSetup, REG_BINARY or REG_SZ (its characters without the terminator), 16 to 1024 bytes. Without
-// that value it is a key built into the library, which keeps a setting from being read at a glance and no more.
+// HKLM\Software\TAV\TAVSetup, REG_BINARY or REG_SZ (its characters without the terminator), 16 to 1024 bytes; on 64-bit
+// systems that of the other view of the registry when the process's own has none. Without such a value it is a key
+// built into the library, which keeps a setting from being read at a glance and no more.
 class SiteKey {
 public:
     SiteKey() noexcept = default;
@@ -26,7 +27,7 @@ public:
     std::string_view View() const noexcept { return {m_bytes, m_size}; }
 
 private:
-    DWORD ReadValue() noexcept;
+    DWORD ReadValue(REGSAM view) noexcept;
 
     char m_bytes[kSettingKeyLimit + 1] = {};  // a text of the full length and its terminator
     std::size_t m_size = 0;

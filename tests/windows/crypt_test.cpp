@@ -71,4 +71,10 @@ TEST_CASE("the site key replaces the built-in one, which never replaces a site k
         CHECK((row.usable ? Decrypted(text) == "dopw" : text == "(13)"));
         CHECK(log.Lines() == std::vector<std::string>(row.usable ? 0 : 2, line));
     }
+    ::RegDeleteKeyA(machine.Handle(), "Software\\TAV\\TAVSetup");
+    CHECK(Decrypted(builtIn) == "dopw");
+    // In Wine a key that holds this one has two views, for 64-bit processes and for 32-bit ones of a 64-bit system.
+    const std::string view32 = "Software\\Wow6432Node\\TAV\\TAVSetup";
+    kiv::test::SetData(machine.Handle(), "SiteKey", REG_BINARY, std::string(16, 'x'), view32);
+    CHECK(Decrypted(builtIn) == (sizeof(void*) == 8 ? "(13)" : "dopw"));
 }
