@@ -51,8 +51,8 @@ public:
     bool open(const wchar_t* path, bool readOnly, unsigned long encoding = ENCODING_KEEP) noexcept;
 
     // Writes the file unless the object is read-only, also without an edit, and ends closed, without lines and pending
-    // text. The file's read-only attribute is taken off meanwhile, which is logged. When the file cannot be written the
-    // log tells, and its old contents stay or are put back; the lines are lost.
+    // text. The file's read-only attribute is taken off meanwhile, which is logged. When the file cannot be written, or
+    // its old contents cannot be read any more, the log tells, and they stay or are put back; the lines are lost.
     void close() noexcept;
 
     bool can_write() const noexcept;  // not read-only

@@ -49,8 +49,8 @@ struct NETSERVICEWIDTHS {
 // time; two that save the same file overwrite each other's changes.
 class KIV_API CKivNetServiceConfig {
 public:
-    // Loads the file. One that is missing or cannot be read gives an empty list, and saving that writes an empty file:
-    // look for an entry before.
+    // Loads the file. One that is missing or cannot be read gives an empty list, and saving that empties a file which
+    // can be read by then: look for an entry before.
     CKivNetServiceConfig() noexcept;
     CKivNetServiceConfig(const CKivNetServiceConfig&) = delete;
     CKivNetServiceConfig& operator=(const CKivNetServiceConfig&) = delete;
@@ -71,8 +71,8 @@ public:
     bool remove(NETSERVICE** entry) noexcept;
 
     // Copies the file to its backup (its name and ".bak"), whether that works or not, and writes it anew, every line
-    // ended by CR LF. A read-only file stays so. False when the file cannot be written, or memory is exhausted: it has
-    // its old contents then, and the last error tells why.
+    // ended by CR LF. A read-only file stays so. False when the file cannot be read or written, or memory is exhausted:
+    // it has its old contents then, and the last error tells why.
     bool save() noexcept;
 
     // The file's path: system32\drivers\etc\services on the NT family, services in the Windows folder on the 9x family.

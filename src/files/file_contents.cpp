@@ -15,10 +15,22 @@ constexpr DWORD kMostPerCall = 16 * 1024 * 1024;
 
 constexpr DWORD kZerosBehind = 64;
 
-Reading ReadOldContents(const char* path, HeapBuffer<char>& contents) noexcept {
+// Gives the system's error. A file that is not there has no contents.
+DWORD ReadOldContents(const char* path, HeapBuffer<char>& contents) noexcept {
     const ScopedFile file(::CreateFileA(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
                                         FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
-    return file ? ReadContents(file.Get(), contents) : Reading::kFailed;
+    if (!file) {
+        const DWORD error = ::GetLastError();
+        return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ? NO_ERROR : error;
+    }
+    switch (ReadContents(file.Get(), contents)) {
+    case Reading::kDone:
+        return NO_ERROR;
+    case Reading::kNoRoom:
+        return ERROR_NOT_ENOUGH_MEMORY;
+    default:
+        return ::GetLastError();
+    }
 }
 
 DWORD WriteAndFlush(HANDLE file, std::string_view contents) noexcept {
@@ -70,9 +82,8 @@ DWORD WriteContents(HANDLE file, std::string_view contents) noexcept {
 
 DWORD ReplaceContents(const char* path, std::string_view contents) noexcept {
     HeapBuffer<char> old;
-    const Reading kept = ReadOldContents(path, old);
-    if (kept == Reading::kNoRoom)
-        return ERROR_NOT_ENOUGH_MEMORY;  // nothing could be put back
+    if (const DWORD unread = ReadOldContents(path, old))
+        return unread;  // nothing could be put back
     ScopedFile file(
         ::CreateFileA(path, GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS, KeptAttributes(path), nullptr));
     const DWORD created = ::GetLastError();
@@ -81,8 +92,7 @@ DWORD ReplaceContents(const char* path, std::string_view contents) noexcept {
     const DWORD error = WriteAndFlush(file.Get(), contents);
     if (error == NO_ERROR)
         return NO_ERROR;
-    if (kept == Reading::kDone)
-        PutBack(file.Get(), old.Text());
+    PutBack(file.Get(), old.Text());
     file.Reset();
     if (created != ERROR_ALREADY_EXISTS)
         ::DeleteFileA(path);

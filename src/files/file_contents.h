@@ -30,8 +30,8 @@ Reading ReadContents(HANDLE file, HeapBuffer<char>& contents) noexcept;
 DWORD WriteContents(HANDLE file, std::string_view contents) noexcept;
 
 // Creates a file anew with these contents and waits until they are on the disk. When they cannot be written the old
-// contents are put back, and a file that was not there goes again; one whose contents memory cannot hold is not
-// touched. Returns the system's error.
+// contents are put back, and a file that was not there goes again. One whose old contents cannot be read, or memory
+// cannot hold, is not touched: nothing could be put back. Returns the system's error.
 DWORD ReplaceContents(const char* path, std::string_view contents) noexcept;
 
 }  // namespace kiv

@@ -151,10 +151,13 @@ TEST_CASE("a file that cannot be read or written keeps what it had") {
     kiv::test::SwappedApi<kiv::ContentsApi> api;
     api->write = kiv::test::HalfWrite;
     file.close();
+    REQUIRE((Open(file, path) && file.append(L"new")));
     api->read = kiv::test::NoRead;
+    file.close();
     CHECK((Open(file, path) && file.is_empty() && !file.can_write()));
     CHECK(log.Lines() == Texts{"1E Failed to save '" + path + "' (32)", "1E Failed to open '" + path + "' (32)",
-                               "1E Failed to save '" + path + "' (112)", "1E Failed to read from '" + path + "' (23)"});
+                               "1E Failed to save '" + path + "' (112)", "1E Failed to save '" + path + "' (23)",
+                               "1E Failed to read from '" + path + "' (23)"});
     CHECK(ReadFileBytes(path) == "old\n");
 }
 
