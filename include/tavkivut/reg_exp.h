@@ -111,7 +111,7 @@ protected:
     void regtail(char* chain, char* target) noexcept;   // links the last node of a chain to the target
     void regoptail(char* node, char* target) noexcept;  // the same for the operand of a branch; nothing for others
 
-    int regtry(char* at) noexcept;                // 1 when the whole program matches there; sets all groups
+    int regtry(char* at) noexcept;                // 1 when the whole program matches there: then that is the last match
     int regmatch(char* node) noexcept;            // 1 when the program from that node on matches at the input cursor
     unsigned int regrepeat(char* node) noexcept;  // how often a one-character node matches from the input cursor on
     char* regnext(char* node) noexcept;           // null when there is none
@@ -126,7 +126,7 @@ private:
     char* EmitLiteral(decltype(sizeof 0) length) noexcept;
     char* ParseSet() noexcept;
     void FindShortcuts(int flags) noexcept;
-    void KeepFound(const char* found) noexcept;
+    bool KeepFound(const char* found) noexcept;
     void ForgetMatch() noexcept;
     void DropProgram() noexcept;
     void Clear() noexcept;

@@ -152,8 +152,6 @@ int CRegExp::RegFind(const char* text) noexcept {
         return -1;
     m_text = text;
     m_input = text;
-    if (m_anchored != 0 && m_must != nullptr && std::strstr(text, m_must) == nullptr)
-        return -1;
     const MatchedGroups groups{m_starts, m_ends};
     const bool found =
         m_anchored != 0 ? kiv::MatchAt(*m_plan, text, text, groups) : kiv::FindMatch(*m_plan, text, m_must, groups);
@@ -164,8 +162,8 @@ int CRegExp::RegFind(const char* text) noexcept {
         return -1;
     }
     m_input = m_ends[0];
-    KeepFound(m_starts[0]);
-    return static_cast<int>(m_starts[0] - text);
+    const int offset = static_cast<int>(m_starts[0] - text);
+    return KeepFound(m_starts[0]) ? offset : -1;
 }
 
 int CRegExp::GetFindLen() noexcept {
@@ -180,7 +178,8 @@ unsigned int CRegExp::GetReplaceString(const char* replacement, char* dest, unsi
     // The searched text may be gone: the groups are taken from the copy of the match.
     std::string_view groups[kGroupSlots];
     for (int group = 0; group < kGroupSlots; ++group) {
-        if (m_starts[group] != nullptr && m_ends[group] > m_starts[group])
+        // A derived class can set groups behind the match, which are not in the copy.
+        if (m_starts[group] != nullptr && m_ends[group] > m_starts[group] && m_ends[group] <= m_ends[0])
             groups[group] = {m_found + (m_starts[group] - m_starts[0]),
                              static_cast<std::size_t>(m_ends[group] - m_starts[group])};
     }
@@ -198,14 +197,13 @@ unsigned int CRegExp::GetReplaceString(const char* replacement, char* dest, unsi
 // --- For derived classes ---------------------------------------------------------------------------------------------
 
 int CRegExp::regtry(char* at) noexcept {
-    std::fill_n(m_starts, kGroupSlots, nullptr);
-    std::fill_n(m_ends, kGroupSlots, nullptr);
+    ForgetMatch();
     m_input = at;
     if (at == nullptr || regmatch(m_program) == 0)
         return 0;
     m_starts[0] = at;
     m_ends[0] = m_input;
-    return 1;
+    return KeepFound(at) ? 1 : 0;
 }
 
 // Groups that are set already keep their positions.
@@ -257,16 +255,20 @@ unsigned int CRegExp::regrepeat(char* node) noexcept {
 
 // --- Owned fields ----------------------------------------------------------------------------------------------------
 
-// Copies the text of the match, whose positions are set already. Most matches are short and need no block of their own.
-void CRegExp::KeepFound(const char* found) noexcept {
+// Copies the text of the match, whose positions are set already; false, with the match forgotten, when memory is
+// exhausted. Most matches are short and need no block of their own.
+bool CRegExp::KeepFound(const char* found) noexcept {
     const auto length = static_cast<std::size_t>(m_ends[0] - m_starts[0]);
-    if (length >= sizeof m_shortFound) {
-        m_found = kiv::DuplicateText(found, length);
-        return;
+    if (length < sizeof m_shortFound) {
+        std::memcpy(m_shortFound, found, length);
+        m_shortFound[length] = '\0';
+        m_found = m_shortFound;
+        return true;
     }
-    std::memcpy(m_shortFound, found, length);
-    m_shortFound[length] = '\0';
-    m_found = m_shortFound;
+    m_found = kiv::DuplicateText(found, length);
+    if (m_found == nullptr)
+        ForgetMatch();
+    return m_found != nullptr;
 }
 
 void CRegExp::ForgetMatch() noexcept {

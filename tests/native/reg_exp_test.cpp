@@ -171,7 +171,12 @@ TEST_CASE("derived classes can take the matcher's steps one by one") {
     Probe probe("(a+)[bc]*");
     char text[] = "xaabcd";
     CHECK((probe.regtry(nullptr) == 0 && probe.RegFind(text) == 1 && probe.regtry(text) == 0));
+    CHECK(probe.GetReplaceString("&", nullptr, 0) == 0);
     CHECK((probe.regtry(text + 2) == 1 && probe.GetFindLen() == 3));  // leaves the input cursor behind "abc"
+    char behind[] = {CRegExp::OP_OPEN + 2,  3, 0, CRegExp::OP_ANY, 3, 0,
+                     CRegExp::OP_CLOSE + 2, 3, 0, CRegExp::OP_END, 0, 0};
+    CHECK((probe.regmatch(behind) == 1 && Replaced(probe, "<&\\1\\2>") == "<abca>"));
+    CHECK(probe.regtry(text + 2) == 1);
     char accepted[] = {CRegExp::OP_EXACTLY, 5, 0, 'd', 0, CRegExp::OP_END, 0, 0};
     char unknown[] = {77, 0, 0};
     CHECK((probe.regrepeat(accepted) == 1 && probe.regrepeat(unknown) == 0));
