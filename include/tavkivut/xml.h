@@ -75,7 +75,8 @@ public:
     void putComment(const char* text) noexcept;
 
     // After endDocument: 0 when the whole document is in the file, else the Win32 error of the first write that failed,
-    // which the log names too. Before, an error of what has been written so far.
+    // which the log names too, or 8 (ERROR_NOT_ENOUGH_MEMORY): what comes behind such an error is not written. Before,
+    // an error of what has been written so far.
     unsigned long getWriteError() const noexcept;
 
 protected:
@@ -92,6 +93,7 @@ private:
     bool PushName(const char* name) noexcept;
     void StartLayout() noexcept;
     void WriteBlock() noexcept;
+    void StopWithoutMemory() noexcept;
     template <class AppendText>
     void Append(const AppendText& append) noexcept;
 

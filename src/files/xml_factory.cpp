@@ -3,6 +3,7 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -131,8 +132,12 @@ void CKivXmlFactory::endDocument() noexcept {
 }
 
 void CKivXmlFactory::beginElementArgv(const char* name, unsigned int attributeCount, const char** attributes) noexcept {
-    if (m_file == nullptr || name == nullptr || !PushName(name))
+    if (m_file == nullptr || name == nullptr)
         return;
+    if (!PushName(name)) {
+        StopWithoutMemory();
+        return;
+    }
     ++m_depth;
     Serialize(name, attributeCount, attributes, 0, 0, 0, 0, 0);
 }
@@ -145,7 +150,8 @@ void CKivXmlFactory::beginElement(const char* name, ...) noexcept {
         while (const char* const text = va_arg(arguments, const char*))
             attributes.push_back(text);
     } catch (const std::bad_alloc&) {
-        m_writeError = ERROR_NOT_ENOUGH_MEMORY;
+        if (m_file != nullptr)
+            StopWithoutMemory();
     }
     va_end(arguments);
     beginElementArgv(name, static_cast<unsigned>(attributes.size() / 2), attributes.data());
@@ -197,10 +203,14 @@ void CKivXmlFactory::Append(const AppendText& append) noexcept {
         append(m_block->bytes);
     } catch (const std::bad_alloc&) {
         m_block->bytes.resize(before);
-        WriteBlock();
-        if (m_writeError == NO_ERROR)
-            m_writeError = ERROR_NOT_ENOUGH_MEMORY;
+        StopWithoutMemory();
     }
+}
+
+void CKivXmlFactory::StopWithoutMemory() noexcept {
+    WriteBlock();
+    if (m_writeError == NO_ERROR)
+        m_writeError = ERROR_NOT_ENOUGH_MEMORY;
 }
 
 // The first failure is told; what follows it would only leave a gap.
