@@ -40,6 +40,14 @@ void ReadBlock(void* argument) {
     call->done = ::GetFileVersionInfoA(call->path, 0, call->size, call->block);
 }
 
+// False, with a last error in place of the system's, where a fault ended the call.
+bool RunGuarded(void (*code)(void*), void* argument) noexcept {
+    if (KivGuardedCall(code, argument))
+        return true;
+    ::SetLastError(ERROR_RESOURCE_DATA_NOT_FOUND);
+    return false;
+}
+
 // The version resource of a file, on the heap.
 class VersionBlock {
 public:
@@ -50,7 +58,7 @@ public:
             return false;
         }
         SizeCall size{path, 0};
-        if (!KivGuardedCall(AskSize, &size) || size.size == 0)
+        if (!RunGuarded(AskSize, &size) || size.size == 0)
             return false;
         m_size = (size.size + 3) & ~DWORD{3};
         m_bytes.reset(new (std::nothrow) char[m_size]());
@@ -59,7 +67,7 @@ public:
             return false;
         }
         ReadCall read{path, m_size, m_bytes.get(), FALSE};
-        return KivGuardedCall(ReadBlock, &read) && read.done;
+        return RunGuarded(ReadBlock, &read) && read.done;
     }
 
     bool IsNarrow() const noexcept { return kiv::IsNarrowVersionBlock(Bytes()); }
