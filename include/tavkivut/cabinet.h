@@ -29,7 +29,8 @@ struct KIV_ARCHIVE_ENTRY {
 typedef int (*ArchiveEntryCallback)(const KIV_ARCHIVE_ENTRY* entry, void* context);
 
 // Called for about every 32 KB of data: how many bytes of files were stored or extracted since the last call, and how
-// many bytes they take in the cabinet (0 where that is not known). Any result but 1 ends the operation as a failure.
+// many bytes they take in the cabinet (0 where that is not known). Any result but 1 ends the operation as a failure;
+// when that is an Append, the whole new cabinet is spoilt.
 typedef int (*ArchiveProgressCallback)(unsigned long bytes, unsigned long packedBytes, void* context);
 
 // What an extraction shall do with each stored file. Zero what is not wanted: `tagExtractHandlerInfo info{}`.
@@ -91,8 +92,11 @@ public:
 
     // Stores a file with its last write time and its attributes, under the part of its path behind `basePath`, if that
     // is given and the path begins with it, else under its name alone: C:\src\bin\a.dll becomes bin\a.dll with the base
-    // C:\src. A base is compared as text, without regard to case: C:\sr makes c\bin\a.dll. The factory stays usable
-    // after a failure.
+    // C:\src. A base is compared as text, without regard to case: C:\sr makes c\bin\a.dll.
+    //
+    // A file that is refused before it is read (one that cannot be opened or is too large, an unsuitable name) fails
+    // alone, and others can be stored. One that cannot be read to its end, or is ended by the progress callback, spoils
+    // the cabinet: Close then fails and leaves none.
     int Append(const char* file, const char* basePath) noexcept override;
 
     // Extracts one file, or all for null, as the other form does. Returns 1 also when there is no such file.

@@ -167,7 +167,8 @@ private:
 };
 
 // Turns a privilege on for as long as the object lives. At its end the privilege is off, also when it had been on
-// before. A copy turns it off as well, each at its own end.
+// before. A copy turns it off as well, each at its own end. Assignment leaves the privilege on that the target had
+// turned on, and lets the target turn off the other's.
 class KIV_API CKivPrivilege {
 public:
     CKivPrivilege(const char* name,
