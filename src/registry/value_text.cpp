@@ -1,21 +1,16 @@
 #include "registry/value_text.h"
 
 #include <algorithm>
+#include <charconv>
+#include <iterator>
 
 #include "support/ascii.h"
 
 namespace kiv {
-namespace {
-
-constexpr bool IsWhiteSpace(char c) noexcept {
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
-
-}  // namespace
 
 std::uint32_t NumberFromText(std::string_view text) noexcept {
     std::size_t at = 0;
-    while (at < text.size() && IsWhiteSpace(text[at]))
+    while (at < text.size() && IsBlank(text[at]))
         ++at;
     const bool negative = at < text.size() && text[at] == '-';
     if (at < text.size() && (text[at] == '-' || text[at] == '+'))
@@ -27,18 +22,7 @@ std::uint32_t NumberFromText(std::string_view text) noexcept {
 }
 
 void SignedTextFromNumber(std::uint32_t number, char (&buffer)[kSignedTextSize]) noexcept {
-    const bool negative = (number & 0x80000000U) != 0;
-    std::uint32_t rest = negative ? 0 - number : number;
-    char digits[kSignedTextSize];
-    std::size_t count = 0;
-    do {
-        digits[count++] = static_cast<char>('0' + rest % 10);
-        rest /= 10;
-    } while (rest != 0);
-    if (negative)
-        digits[count++] = '-';
-    std::reverse_copy(digits, digits + count, buffer);
-    buffer[count] = '\0';
+    *std::to_chars(buffer, std::end(buffer), static_cast<std::int32_t>(number)).ptr = '\0';
 }
 
 std::uint32_t NumberFromBytes(std::string_view bytes) noexcept {

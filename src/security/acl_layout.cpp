@@ -8,11 +8,12 @@
 namespace kiv {
 namespace {
 
-// Offsets in a list and an entry.
+// Offsets in a list, an entry and a SID.
 constexpr std::size_t kListSize = 2;
 constexpr std::size_t kListCount = 4;
 constexpr std::size_t kEntrySize = 2;
 constexpr std::size_t kEntryMask = 4;
+constexpr std::size_t kSidAuthority = 2;
 
 constexpr std::uint8_t kLastTypeWithSid = 3;  // system alarm
 constexpr std::uint8_t kCompoundType = 4;
@@ -80,6 +81,16 @@ std::size_t WriteSid(const SidParts& parts, std::uint8_t* sid) noexcept {
     for (std::size_t i = 0; i < parts.count; ++i)
         Write32(sid + kSidHeaderSize + 4 * i, parts.subAuthorities[i]);
     return kSidHeaderSize + 4 * std::size_t{parts.count};
+}
+
+std::size_t WriteSidText(const std::uint8_t* sid, char* buffer) noexcept {
+    SidAuthority authority;
+    std::memcpy(authority.data(), sid + kSidAuthority, authority.size());
+    std::uint32_t subAuthorities[kSidSubAuthorityLimit];
+    const std::size_t count = std::min<std::size_t>(sid[1], kSidSubAuthorityLimit);
+    for (std::size_t i = 0; i < count; ++i)
+        subAuthorities[i] = Read32(sid + kSidHeaderSize + 4 * i);
+    return WriteSidText(authority, subAuthorities, count, buffer);
 }
 
 std::size_t AceView::Size() const noexcept {

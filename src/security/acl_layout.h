@@ -24,8 +24,7 @@ namespace kiv {
 constexpr std::uint32_t kAclDone = 0;
 constexpr std::uint32_t kAclBadArgument = 87;  // an index outside the list; a malformed list or entry
 constexpr std::uint32_t kAclWrongType = 1306;  // an entry type that the list's revision does not have
-constexpr std::uint32_t kAclBadSid = 1337;
-constexpr std::uint32_t kAclFull = 1344;  // the list would be larger than its size field can say
+constexpr std::uint32_t kAclFull = 1344;       // the list would be larger than its size field can say
 
 constexpr std::size_t kAclHeaderSize = 8;
 constexpr std::size_t kAclSizeLimit = 0xFFFF;
@@ -45,6 +44,9 @@ std::size_t SidLength(const std::uint8_t* sid, std::size_t available) noexcept;
 
 // Writes the SID that a text form says and gives its length, at most kSidSizeLimit.
 std::size_t WriteSid(const SidParts& parts, std::uint8_t* sid) noexcept;
+
+// Writes the text form of a sound SID, as the other WriteSidText does.
+std::size_t WriteSidText(const std::uint8_t* sid, char* buffer) noexcept;
 
 // One entry. The view is only made of sound ones (AceWalk, IsSoundAce).
 struct AceView {

@@ -1,6 +1,8 @@
 #include "security/acl_text.h"
 
+#include <charconv>
 #include <cstring>
+#include <iterator>
 
 #include "security/acl_layout.h"
 #include "security/sid_text.h"
@@ -11,24 +13,14 @@ namespace {
 
 constexpr std::uint32_t kGenericRead = 0x80000000;
 
-void AppendNumber(std::string& text, std::uint32_t number, unsigned base) {
+void AppendNumber(std::string& text, std::uint32_t number, int base) {
     char digits[10];
-    std::size_t at = sizeof digits;
-    do {
-        digits[--at] = "0123456789abcdef"[number % base];
-        number /= base;
-    } while (number != 0);
-    text.append(digits + at, sizeof digits - at);
+    text.append(digits, std::to_chars(digits, std::end(digits), number, base).ptr);
 }
 
 void AppendSid(std::string& text, const std::uint8_t* sid) {
-    SidAuthority authority;
-    std::uint32_t subAuthorities[kSidSubAuthorityLimit];
-    const std::size_t count = sid[1];
-    std::memcpy(authority.data(), sid + 2, authority.size());
-    std::memcpy(subAuthorities, sid + kSidHeaderSize, 4 * count);
     char buffer[SidTextSize(kSidSubAuthorityLimit)];
-    text.append(buffer, WriteSidText(authority, subAuthorities, count, buffer));
+    text.append(buffer, WriteSidText(sid, buffer));
 }
 
 // A cursor over the numbers of an entry, which reads as the C run-time's formatted input does.
@@ -61,7 +53,7 @@ public:
 
 private:
     bool SkipBlanksAndSign() noexcept {
-        while (*m_at == ' ' || (*m_at >= '\t' && *m_at <= '\r'))
+        while (IsBlank(*m_at))
             ++m_at;
         const bool negative = *m_at == '-';
         if (negative || *m_at == '+')

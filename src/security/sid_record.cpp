@@ -1,9 +1,6 @@
 #include "security/sid_record.h"
 
-#include <algorithm>
-#include <iterator>
-
-#include "security/sid_text.h"
+#include "security/acl_layout.h"
 
 namespace kiv {
 
@@ -22,14 +19,7 @@ std::size_t SidRecordTextSize(PSID sid) noexcept {
 }
 
 void WriteSidRecordText(PSID sid, char* buffer) noexcept {
-    const auto* record = static_cast<const SID*>(sid);
-    SidAuthority authority;
-    std::copy(std::begin(record->IdentifierAuthority.Value), std::end(record->IdentifierAuthority.Value),
-              authority.begin());
-    std::uint32_t parts[SID_MAX_SUB_AUTHORITIES];
-    const std::size_t count = std::min<std::size_t>(record->SubAuthorityCount, SID_MAX_SUB_AUTHORITIES);
-    std::copy_n(record->SubAuthority, count, parts);
-    WriteSidText(authority, parts, count, buffer);
+    WriteSidText(static_cast<const std::uint8_t*>(sid), buffer);
 }
 
 }  // namespace kiv

@@ -1,5 +1,6 @@
 #include "security/sid_text.h"
 
+#include <charconv>
 #include <cstring>
 #include <limits>
 
@@ -18,15 +19,7 @@ char* WriteText(char* out, const char* text) noexcept {
 }
 
 char* WriteDecimal(char* out, std::uint32_t number) noexcept {
-    char digits[10];
-    std::size_t count = 0;
-    do {
-        digits[count++] = static_cast<char>('0' + number % 10);
-        number /= 10;
-    } while (number != 0);
-    while (count > 0)
-        *out++ = digits[--count];
-    return out;
+    return std::to_chars(out, out + std::numeric_limits<std::uint32_t>::digits10 + 1, number).ptr;
 }
 
 char* WriteAuthority(char* out, const SidAuthority& authority) noexcept {
@@ -47,7 +40,7 @@ char* WriteAuthority(char* out, const SidAuthority& authority) noexcept {
 // Reads the number at the beginning of a part, which a "-" or the end of the text closes: so a minus sign never
 // belongs to a number.
 std::uint32_t ReadDecimal(const char* part) noexcept {
-    while (*part == ' ' || (*part >= '\t' && *part <= '\r'))
+    while (IsBlank(*part))
         ++part;
     if (*part == '+')
         ++part;

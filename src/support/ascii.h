@@ -20,6 +20,11 @@ constexpr bool IsDigit(char c) noexcept {
     return c >= '0' && c <= '9';
 }
 
+// What the C run-time skips in front of a number.
+constexpr bool IsBlank(char c) noexcept {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
 constexpr char ToLower(char c) noexcept {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
 }
