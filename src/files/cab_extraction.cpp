@@ -4,6 +4,7 @@
 #include "files/cab_layout.h"
 #include "files/cab_name.h"
 #include "files/kept_attributes.h"
+#include "files/path_text.h"
 #include "support/ascii.h"
 #include "support/code_page.h"
 #include "support/text_convert.h"

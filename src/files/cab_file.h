@@ -3,8 +3,6 @@
 
 #include "support/scoped_resource.h"
 
-#include <string>
-
 #include "files/cab_layout.h"
 
 namespace kiv {

@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
 
 #include "files/cab_error.h"
 
@@ -18,9 +17,10 @@ namespace kiv {
 //              header's then, with flag 1 and flag 2: name and disk of the previous and of the next cabinet, each with
 //              its NUL
 //     folders   0 where the data begin   4 blocks of data   6 compression   then the reserved bytes
-//     files     0 size   4 offset in its folder's data   8 folder   10 date   12 time   14 attributes   16 name, its
-//     NUL data      0 checksum   4 packed bytes   6 unpacked bytes, at most 32768   then the reserved bytes and the
-//     packed
+//     files     0 size   4 offset in its folder's data   8 folder   10 date   12 time   14 attributes
+//              16 name and its NUL
+//     data      0 checksum   4 packed bytes   6 unpacked bytes, at most 32768
+//              then the reserved bytes and the packed ones
 
 // The set identifier of every cabinet that is made here.
 constexpr std::uint16_t kOwnSetId = 0x3634;

@@ -1,5 +1,6 @@
 #include "files/cab_name.h"
 
+#include "files/path_text.h"
 #include "support/ascii.h"
 
 namespace kiv {

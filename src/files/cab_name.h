@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "files/path_text.h"
+#include "support/characters.h"
 
 namespace kiv {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "files/path_text.h"
+#include "support/characters.h"
 
 namespace kiv {
 

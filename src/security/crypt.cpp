@@ -5,7 +5,6 @@
 #include "security/setting_cipher.h"
 #include "security/site_key.h"
 #include "support/random_bytes.h"
-#include "support/scoped_resource.h"
 
 static_assert(kKivClearTextLimit == kiv::kSettingClearLimit);
 static_assert(kKivEncryptedTextLimit == kiv::kSettingTextLimit);

@@ -1,5 +1,6 @@
 #include "support/windows_api.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdlib>
 
