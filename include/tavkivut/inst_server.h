@@ -9,7 +9,7 @@
 // The list is one text of paths separated by ";". It comes from entry "InstServer" of section "General" of
 // the file "tavsetup.cfg" beside the running executable, else from the string "InstServer" of
 // HKLM\Software\TAV\TAVSetup\General, else it is the parent directory of the executable's directory (the
-// fallback).
+// fallback). Of the list in the file the first 3119 characters count, wherever they end.
 //
 // Paths are texts in the system code page. Every output buffer without a size argument has room for
 // kKivServerPathSize characters; a path that does not fit is never cut, the buffer gets "" then. Where an
@@ -36,8 +36,8 @@ class KIV_API CKivInstServer {
 public:
     // The session server's path, without a trailing backslash; one is chosen when there is none. With
     // newChoice not 0 a fresh choice is made, which does not become the session server. The choice: the most
-    // responsive server; when none answers in time, one at random; when that one is not available, the first
-    // of the list that is; when none is, the fallback, with a line in the log.
+    // responsive server; when none answers in time, one at random (KivGetRandomNumber); when that one is not available,
+    // the first of the list that is; when none is, the fallback, with a line in the log.
     static void GetPath(char* out, int newChoice) noexcept;
 
     // GetPath(out, 1).
@@ -115,8 +115,8 @@ protected:
 // LIMIT on the number of requests: a host that resolves and never answers keeps the caller for ever.
 extern "C" KIV_API int KIV_CALL KivIsHostAlive(const char* hostOrPath, int slow) noexcept;
 
-// A number from low to low + span, both possible. Its source is one random byte, so at most 256 different
-// results.
+// A number from low to low + span. Its source is one random byte: there are at most 256 different results, and
+// low + span itself comes for one of the 256 bytes only.
 extern "C" KIV_API int KIV_CALL KivGetRandomNumber(int low, int span) noexcept;
 
 // CKivInstServer::GetPath(out, 0).
@@ -125,9 +125,10 @@ extern "C" KIV_API void KIV_CALL KivGetServerPath(char* out) noexcept;
 // The directory of the installer's workstation files: the string "TAVwkstaPath" of
 // HKLM\Software\TAV\TAVSetup\General (environment variables expanded), else baseDir + "\TAVwksta"; a null
 // baseDir is the Windows directory. The directory is made when it is missing. In the second case it is also
-// hidden, gets an empty hidden file "__TAV.DIR", and its path is written to the registry. With `machine` the
-// registry is that of another computer. Returns a buffer of the library's own, which the next call
-// overwrites; "" when a path does not fit.
+// hidden, gets an empty hidden file "__TAV.DIR", and its path is written to the registry; neither when it cannot be
+// made. With `machine` the registry is that of another computer, but the directory, the variables and the Windows
+// directory are this one's. Returns a buffer of the library's own, which the next call overwrites, from any
+// thread; "" when a path does not fit.
 extern "C" KIV_API const char* KIV_CALL KivGetTavWkstaPath(const char* machine, const char* baseDir) noexcept;
 
 #endif

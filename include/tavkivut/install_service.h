@@ -8,7 +8,8 @@
 // running program, and always overwrites. CKivInstallService puts it onto any computer, from the installation server,
 // and copies only what is newer.
 //
-// Every step is told in the log, level 1, kind ' ', and every failure, kind 'E'; passwords never are. A file that
+// Every step is told in the log, level 1, kind ' ', and what fails in it, kind 'E'; passwords never are. A service that
+// cannot be opened is told by the result alone, except where it was to be started or opened to everyone. A file that
 // cannot be copied and a right that cannot be granted do not stop a deployment: the log tells.
 //
 // The service is opened to everyone by a null DACL, so that users may start it. WHO MAY START IT MAY ALSO CHANGE IT:
@@ -94,7 +95,7 @@ public:
     long IsInstalled() noexcept;
 
     // Stops the service and waits, at most 7.5 seconds: 0 when it has stopped, 1 when not yet. E_FAIL when it is not
-    // installed.
+    // installed or cannot be opened.
     long IsStopped() noexcept;
 
     // Copies the files that section "Files" of the installation server's TavSetup.cfg lists (its values) from the
@@ -107,13 +108,15 @@ public:
 
     // Grants the account its four rights on the target, and makes the service or, after stopping it, gives the one that
     // is there this account, password and start type (SERVICE_DEMAND_START, ...). A service that does not stop is not
-    // changed.
+    // changed. A null password is none for a new service and the present one for another; "" is a password of no
+    // characters.
     long InstallService(char* account, char* password, unsigned long startType) noexcept;
 
     long AllowEveryoneToStartService() noexcept;  // see above for what that means
 
     // Starts the service with arguments, split as CommandLineToArgv does; null and "" are none. While the service
-    // database is locked it is tried again, 10 times, a second apart.
+    // database is locked it is tried again, 10 times, a second apart. E_FAIL for every failure; the line says "not
+    // installed" for a service that cannot be opened, too.
     long StartServiceA(const char* arguments) noexcept;
 
 private:

@@ -50,7 +50,7 @@ struct NETSERVICEWIDTHS {
 class KIV_API CKivNetServiceConfig {
 public:
     // Loads the file. One that is missing or cannot be read gives an empty list, and saving that empties a file which
-    // can be read by then: look for an entry before.
+    // can be read by then: look for an entry before. Lines for which there is no memory are left out.
     CKivNetServiceConfig() noexcept;
     CKivNetServiceConfig(const CKivNetServiceConfig&) = delete;
     CKivNetServiceConfig& operator=(const CKivNetServiceConfig&) = delete;

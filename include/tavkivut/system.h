@@ -45,7 +45,7 @@ struct GENERAL_SYSTEM_INFO {
     const char* pszOsVersion;  // as CKivSystem::GetOsVersionString
     const char* pszIeVersion;  // as CKivSystem::GetIeVersionString
     bool bIsLocalAdmin;
-    bool bIe401OrLater;  // left as it was when the browser is older than 4.72
+    bool bIe401OrLater;  // left as it was when the browser is older than 4.72; false when there is none
 };
 
 // Facts about the machine; all static.
@@ -136,7 +136,7 @@ extern "C" KIV_API int KIV_CALL KivIsTerminalServer() noexcept;
 extern "C" KIV_API unsigned long KIV_CALL KivGetSessionId(unsigned long processId) noexcept;
 
 // The system's GetUserProfileDirectory for that token, its result unchanged; 0 with last error 127 where the
-// system lacks the call.
+// system lacks the call, 87 without a size.
 extern "C" KIV_API int KIV_CALL KivGetUserProfileDirectory(void* token, char* buffer, unsigned long* size) noexcept;
 
 // Fills the record. False, with nothing written, when it is null or its cbSize too small.
