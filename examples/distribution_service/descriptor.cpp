@@ -7,6 +7,7 @@
 namespace {
 
 constexpr DWORD kLargestDescriptor = 64 * 1024;
+constexpr unsigned long kLongestStep = 10 * 60 * 1000;  // milliseconds
 
 // Whatever keeps the file from being found is one answer, whatever else goes wrong another.
 unsigned long AnswerTo(DWORD error) {
@@ -47,7 +48,8 @@ unsigned long ReadWhole(const std::string& path, std::string& text) {
 // What stands behind the number of a step, without the blank in front.
 bool ReadStep(std::istringstream& line, bool isFinal, Job& job) {
     Step step{isFinal, 0, {}};
-    if (!(line >> step.milliseconds) || !std::getline(line >> std::ws, step.what))
+    // The stream takes "-1" for the largest number.
+    if (!(line >> step.milliseconds) || step.milliseconds > kLongestStep || !std::getline(line >> std::ws, step.what))
         return false;
     job.steps.push_back(step);
     return true;

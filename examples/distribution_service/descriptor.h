@@ -21,7 +21,7 @@ struct Job {
 //
 //     JDF 1                           the first line
 //     job Editor 7.1                  the job's name
-//     step 200 copy the files         milliseconds, and what is done
+//     step 200 copy the files         milliseconds, at most 600000, and what is done
 //     final 50 enter it in the list   a step that cannot be undone
 //     ; a remark
 unsigned long ReadDescriptor(const std::string& path, Job& job);

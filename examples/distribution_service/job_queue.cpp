@@ -31,7 +31,6 @@ JobQueue::JobQueue()
 }
 
 JobQueue::~JobQueue() {
-    Exchange(State::kRunning, State::kCancelling);
     ::SetEvent(m_stop);
     ::WaitForSingleObject(m_worker, INFINITE);
     for (const HANDLE handle : {m_worker, m_stop, m_finished, m_arrived})
@@ -51,7 +50,8 @@ unsigned long JobQueue::Start(const std::string& descriptorPath) {
         return code;
     m_job = job;
     ::ResetEvent(m_finished);
-    Exchange(State::kIdle, job.steps.front().isFinal ? State::kFinal : State::kRunning);
+    const Guard guard(m_lock);
+    m_state = job.steps.front().isFinal ? State::kFinal : State::kRunning;
     ::SetEvent(m_arrived);
     return ERROR_SUCCESS;
 }
@@ -73,13 +73,6 @@ unsigned long JobQueue::Cancel() {
     return ::WaitForSingleObject(m_finished, kCancelPatience) == WAIT_OBJECT_0 ? ERROR_SUCCESS : ERROR_CANCELLED;
 }
 
-// Goes on to a state from the expected one; stays in any other.
-void JobQueue::Exchange(State expected, State next) {
-    const Guard guard(m_lock);
-    if (m_state == expected)
-        m_state = next;
-}
-
 unsigned __stdcall JobQueue::Work(void* self) {
     JobQueue& queue = *static_cast<JobQueue*>(self);
     const HANDLE events[] = {queue.m_arrived, queue.m_stop};
@@ -98,16 +91,21 @@ bool JobQueue::Begin(const Step& step) {
     return true;
 }
 
+// False when the service is to stop, which nothing in a descriptor may put off. Real work would be brought to an end
+// that leaves nothing half done; this is only time that goes by.
+bool JobQueue::Play(const Job& job, const Step& step) const {
+    Report("job '%s': %s", job.name.c_str(), step.what.c_str());
+    return ::WaitForSingleObject(m_stop, step.milliseconds) == WAIT_TIMEOUT;
+}
+
 void JobQueue::Run(const Job& job) {
     Report("job '%s' begins", job.name.c_str());
     bool isDone = true;
     for (const Step& step : job.steps) {
         // The first step has begun with the job itself: a cancellation always waits for it.
-        isDone = &step == &job.steps.front() || Begin(step);
+        isDone = (&step == &job.steps.front() || Begin(step)) && Play(job, step);
         if (!isDone)
             break;
-        Report("job '%s': %s", job.name.c_str(), step.what.c_str());
-        ::Sleep(step.milliseconds);
     }
     Report("job '%s' %s", job.name.c_str(), isDone ? "is done" : "was cancelled");
     const Guard guard(m_lock);

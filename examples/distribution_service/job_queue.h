@@ -12,7 +12,7 @@
 class JobQueue {
 public:
     JobQueue();
-    ~JobQueue();  // a job that runs is cancelled, and waited for: a step is never broken off
+    ~JobQueue();  // ends a job that runs at once, whatever its descriptor says
     JobQueue(const JobQueue&) = delete;
     JobQueue& operator=(const JobQueue&) = delete;
 
@@ -33,7 +33,7 @@ private:
     static unsigned __stdcall Work(void* self);
     void Run(const Job& job);
     bool Begin(const Step& step);
-    void Exchange(State expected, State next);
+    bool Play(const Job& job, const Step& step) const;
 
     mutable CRITICAL_SECTION m_lock;  // guards the state
     State m_state = State::kIdle;

@@ -1,13 +1,15 @@
 // The frame of the installer service, tavkivis.exe: what the deployment (tavkivut/install_service.h) puts onto a
 // workstation, starts and stops. It leans on tavkivlg.dll only, which is deployed with it.
 //
-//     /work:MILLISECONDS     how long the work in hand still takes when the service is told to stop (default 0)
+//     /work:MILLISECONDS     how long the work in hand still takes when the service is told to stop (default 0,
+//                            at most 60000)
 //
 // Options are start arguments: CKivInstallService::StartServiceA("/work:500"), kivctl deploy start --arguments. Started
 // from a command line, the program says what it is and ends.
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -20,6 +22,7 @@ char g_serviceName[] = "TAVInstallerSvc";
 constexpr char kComponent[] = "TavKivIs";
 constexpr char kWorkOption[] = "/work:";
 constexpr DWORD kStep = 100;  // milliseconds of work between two signs of life
+constexpr unsigned long kLongestWork = 60000;
 
 struct Service {
     SERVICE_STATUS_HANDLE handle;
@@ -56,7 +59,7 @@ void WINAPI HandleControl(DWORD control) {
 void ReadOptions(DWORD argc, char** argv) {
     for (DWORD i = 1; i < argc; ++i) {
         if (std::strncmp(argv[i], kWorkOption, sizeof kWorkOption - 1) == 0)
-            g_service.work = std::strtoul(argv[i] + sizeof kWorkOption - 1, nullptr, 10);
+            g_service.work = std::min(std::strtoul(argv[i] + sizeof kWorkOption - 1, nullptr, 10), kLongestWork);
         else
             Log('W', "Installer service : unknown argument '%s'", argv[i]);
     }

@@ -220,7 +220,6 @@ constexpr ChildOperation kOperations[] = {
     {"pipe", StartScript},
     {"service", StartService},
     {"end", End},
-    {"kill", [](const std::string& none) { return ::TerminateProcess(g_program.Get(), 0), End(none); }},  // in a job
     {"call", Call},
     {"start", Start},
     {"cancel", [](const std::string&) { return Result(KivDSJobCancel()); }},
