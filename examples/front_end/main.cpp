@@ -15,10 +15,12 @@
 //     cancel     cancels the distribution service's job
 //     remove     takes the installer service away from this computer, and does nothing else
 //
-// It ends with 1 when something that was asked for failed; the log tells why.
+// It ends with 1 when something that was asked for failed; the log tells why. So it does, with nothing done, for an
+// option that it does not know.
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -27,6 +29,8 @@
 
 namespace {
 
+constexpr char kUsage[] = "usage: front_end [/product:NAME] [/section:NAME] [/deploy:HERE|COMPUTER] [/account:NAME] "
+                          "[/job:FILE] [/cancel] [/remove]";
 constexpr unsigned long kStopLimit = 10000;  // milliseconds
 
 struct Options {
@@ -39,27 +43,42 @@ struct Options {
 };
 
 // "/name:value" puts the value there.
-bool TakeValue(const char* argument, const char* option, std::string& value) {
-    const std::size_t length = std::strlen(option);
-    if (std::strncmp(argument, option, length) != 0)
+bool TakeValue(const std::string& argument, const std::string& option, std::string& value) {
+    if (argument.compare(0, option.size(), option) != 0)
         return false;
-    value = argument + length;
+    value = argument.substr(option.size());
     return true;
 }
 
-Options ReadOptions() {
-    Options options;
+// "/name" sets the switch.
+bool TakeSwitch(const std::string& argument, const char* option, bool& isSet) {
+    isSet = isSet || argument == option;
+    return argument == option;
+}
+
+// False for an argument that no option takes.
+bool ReadOption(const std::string& argument, Options& options) {
+    std::string product;  // which the library reads for itself
+    return argument.empty() || TakeSwitch(argument, "/cancel", options.cancel) ||
+           TakeSwitch(argument, "/remove", options.remove) || TakeValue(argument, "/section:", options.section) ||
+           TakeValue(argument, "/deploy:", options.deploy) || TakeValue(argument, "/account:", options.account) ||
+           TakeValue(argument, "/job:", options.job) || TakeValue(argument, "/product:", product);
+}
+
+// False, with a line about it, for an argument that is none of the options.
+bool ReadOptions(Options& options) {
     int argc = 0;
     char** argv = CommandLineToArgv(::GetCommandLineA(), &argc);
-    for (int i = 1; argv != nullptr && i < argc; ++i) {
-        options.cancel = options.cancel || std::strcmp(argv[i], "/cancel") == 0;
-        options.remove = options.remove || std::strcmp(argv[i], "/remove") == 0;
-        if (!TakeValue(argv[i], "/section:", options.section) && !TakeValue(argv[i], "/deploy:", options.deploy) &&
-            !TakeValue(argv[i], "/account:", options.account))
-            TakeValue(argv[i], "/job:", options.job);
+    bool isRead = argv != nullptr;
+    for (int i = 1; isRead && i < argc; ++i) {
+        std::string argument = argv[i];  // with the quotes that keep its blanks
+        argument.erase(std::remove(argument.begin(), argument.end(), '"'), argument.end());
+        isRead = ReadOption(argument, options);
+        if (!isRead)
+            std::fprintf(stderr, "front_end: unknown option %s\n%s\n", argument.c_str(), kUsage);
     }
     ReleaseArgs(argv);
-    return options;
+    return isRead;
 }
 
 void ShowServer() {
@@ -185,6 +204,6 @@ bool Run(Options& options) {
 }  // namespace
 
 int main() {
-    Options options = ReadOptions();
-    return (options.remove ? Remove() : Run(options)) ? 0 : 1;
+    Options options;
+    return ReadOptions(options) && (options.remove ? Remove() : Run(options)) ? 0 : 1;
 }
