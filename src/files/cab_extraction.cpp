@@ -1,5 +1,7 @@
 #include "files/cab_extraction.h"
 
+#include <utility>
+
 #include "files/cab_file.h"
 #include "files/cab_layout.h"
 #include "files/cab_name.h"
@@ -56,9 +58,16 @@ void MakeFolderOf(const std::string& file) {
         CKivTools::CreateDirectoryRecursive(file.substr(0, backslash).c_str());
 }
 
+ScopedFile Create(const char* path, DWORD disposition, DWORD attributes) noexcept {
+    return ScopedFile(
+        ::CreateFileA(path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr, disposition, attributes, nullptr));
+}
+
+// As a rule nothing is there yet, and the look at what there is costs as much as the file.
 ScopedFile CreateTarget(const char* path) noexcept {
-    return ScopedFile(::CreateFileA(path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS,
-                                    KeptAttributes(path), nullptr));
+    ScopedFile file = Create(path, CREATE_NEW, FILE_ATTRIBUTE_NORMAL);
+    return file || ::GetLastError() != ERROR_FILE_EXISTS ? std::move(file)
+                                                         : Create(path, CREATE_ALWAYS, KeptAttributes(path));
 }
 
 }  // namespace
@@ -179,7 +188,9 @@ void CabExtraction::FinishTarget(const FDINOTIFICATION& stored) noexcept {
     if (::DosDateTimeToFileTime(stored.date, stored.time, &local) && ::LocalFileTimeToFileTime(&local, &time))
         ::SetFileTime(m_stream.file.Get(), &time, nullptr, &time);
     m_stream.file.Reset();
-    ::SetFileAttributesA(m_target.c_str(), stored.attribs & kCabinetAttributes);
+    const DWORD attributes = stored.attribs & kCabinetAttributes;
+    if ((::GetFileAttributesA(m_target.c_str()) & kCabinetAttributes) != attributes)
+        ::SetFileAttributesA(m_target.c_str(), attributes);
 }
 
 // The file at which the extraction ended is not whole.
