@@ -14,15 +14,20 @@ constexpr int kStartRetries = 10;
 constexpr DWORD kStartRetryInterval = 1000;  // milliseconds
 
 // Sends stop and asks until the service has stopped or was asked often enough. False when it cannot be asked. What
-// becomes of the stop itself shows in the state: a service can have stopped by itself, or take no control just then.
+// becomes of the stop itself shows in the state: a service can have stopped by itself. One that is only about to run
+// takes no control; it gets its stop once it runs.
 bool StopAndPoll(const CNTScmService& service, SERVICE_STATUS& status) noexcept {
-    service.Stop();
+    bool isTooEarly = !service.Stop() && ::GetLastError() == ERROR_SERVICE_CANNOT_ACCEPT_CTRL;
     for (int poll = 0; poll < kStopPolls; ++poll) {
         kiv::Clock().sleep(kStopPollInterval);
         if (!service.QueryStatus(status))
             return false;
         if (status.dwCurrentState == SERVICE_STOPPED)
             break;
+        if (isTooEarly && status.dwCurrentState == SERVICE_RUNNING) {
+            isTooEarly = false;
+            service.Stop();
+        }
     }
     return true;
 }

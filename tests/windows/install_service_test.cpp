@@ -174,6 +174,23 @@ TEST_CASE("a service stops, or takes its time") {
         CHECK(clock.Sleeps() == std::vector<DWORD>(25, 300));
         CHECK(service.InstallService(nullptr, nullptr, SERVICE_DEMAND_START) == kFail);
     }
+    {
+        static std::vector<DWORD> s_states;  // the next one last
+        s_states = {SERVICE_STOPPED, SERVICE_RUNNING, SERVICE_START_PENDING, SERVICE_START_PENDING};
+        SwappedApi<kiv::ServiceApi> services;
+        services->queryStatus = [](SC_HANDLE, SERVICE_STATUS* status) WINAPI -> BOOL {
+            status->dwCurrentState = s_states.back();
+            s_states.pop_back();
+            return TRUE;
+        };
+        services->controlService = [](SC_HANDLE, DWORD, SERVICE_STATUS*) WINAPI -> BOOL {
+            ::SetLastError(ERROR_SERVICE_CANNOT_ACCEPT_CTRL);
+            return s_states.size() == 1 ? TRUE : FALSE;
+        };
+        const ScriptedClock clock;
+        CHECK((service.IsStopped() == 0 && s_states.empty()));
+    }
+    const std::string early = "1E Failed in call to ControlService in Stop (1061)";
     const std::string refused = "1E Failed in call to ControlService in Stop (5)";
     const std::string notStopped = "1  Serivce status is ! NOT ! STOPPED";
     SwappedApi<kiv::ClockApi> quickClock;
@@ -187,7 +204,7 @@ TEST_CASE("a service stops, or takes its time") {
     const std::string stopped = "1  Serivce status is STOPPED";
     CHECK(log.Lines() ==
           Concat(Concat({"1  Successfully started service using \"/work:0\"", refused, notStopped, change, refused,
-                         notStopped, "1E Could not stop service in order to change config.", stopped},
+                         notStopped, "1E Could not stop service in order to change config.", early, stopped, stopped},
                         RightLines(account, true)),
                  {change, stopped}));
     QUERY_SERVICE_CONFIGA* config = nullptr;
