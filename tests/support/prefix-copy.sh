@@ -3,9 +3,11 @@
 use_prefix_copy() {
     prefix=$WINEPREFIX-$1-$$
     log=$prefix.log
-    # Links suffice for the system's files, which nobody writes; the registry is written, so it is copied. What other
-    # tests delete meanwhile is missed without harm; the mark of a complete prefix must be there.
+    # Links suffice for the system's files, which nobody writes; the registry is written, so it is copied; where other
+    # tests stand with their programs is left out, since who writes there would write theirs. What other tests delete
+    # meanwhile is missed without harm; the mark of a complete prefix must be there.
     cp -al "$WINEPREFIX" "$prefix" 2>"$log" || [ -e "$prefix/complete" ]
+    rm -rf "$prefix/drive_c/inst"
     for registry in "$prefix"/*.reg; do
         cp "$registry" "$registry.copy"
         mv "$registry.copy" "$registry"

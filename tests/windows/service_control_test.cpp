@@ -118,9 +118,10 @@ TEST_CASE("a service is made, configured, listed, run, stopped and removed") {
         CHECK((service.AcceptShutdown(accepts[2]) && accepts[0] && accepts[1] && !accepts[2]));
         CHECK((service.Control(SERVICE_CONTROL_PAUSE) && test.State() == SERVICE_PAUSED));
         CHECK((service.Continue() && service.Interrogate() && test.State() == SERVICE_RUNNING));
-        CHECK((service.Pause() && service.Stop() && service.WaitForStop(INFINITE) && test.State() == SERVICE_STOPPED));
-        CHECK(::GetLastError() == 77);
-        CHECK(log.Lines() == Lines{});
+        CHECK((service.Pause() && ::GetLastError() == 77 && log.Lines() == Lines{}));
+        // Wine can end the program of a service that stops at once before it has answered.
+        CHECK((service.Stop() || ::GetLastError() == ERROR_BROKEN_PIPE));
+        CHECK((service.WaitForStop(INFINITE) && test.State() == SERVICE_STOPPED));
     }));
 }
 
