@@ -60,12 +60,11 @@ void Show(const Options& options) {
 
 void AddArgsCommand(Command program) {
     const auto options = std::make_shared<Options>();
-    Command args =
-        program.AddCommand("args", "Shows how a command line is split, and the options (/name:value) that it holds.");
+    Command args = program.AddCommand(
+        "args", "Shows how a command line is split, and the options (/name:value) that it holds.", options, Show);
     args.RefuseSlashOptions();
     args.AddOption("LINE", options->line, "the whole line, the program first; - reads it from the input").Required();
     args.AddFlag("--json", options->json, "answer as JSON");
-    args.SetAction([options] { Show(*options); });
 }
 
 }  // namespace kivctl

@@ -172,9 +172,8 @@ void Test(const Options& options) {
 
 Command AddAction(Command cab, const char* name, const char* help, const SharedOptions& options,
                   void (*action)(const Options&)) {
-    Command command = cab.AddCommand(name, help);
+    Command command = cab.AddCommand(name, help, options, action);
     command.AddOption("CABINET", options->cabinet).Required();
-    command.SetAction([options, action] { action(*options); });
     return command;
 }
 

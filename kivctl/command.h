@@ -44,6 +44,13 @@ public:
     explicit Command(CLI::App* command) : m_command(command) {}
 
     Command AddCommand(const char* name, const char* help);
+    template <class Options>
+    Command AddCommand(const char* name, const char* help, const std::shared_ptr<Options>& options,
+                       void (*run)(const Options&)) {
+        Command command = AddCommand(name, help);
+        command.SetAction([options, run] { run(*options); });
+        return command;
+    }
     Command AddGroup(const char* name, const char* help);  // a command that asks for one of its own commands
 
     // Named with dashes it is an option, else a positional argument.

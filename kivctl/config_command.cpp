@@ -157,11 +157,10 @@ void Refresh(const Options& options) {
 
 Command AddSettingCommand(Command config, const char* name, const char* help, const std::shared_ptr<Options>& options,
                           void (*run)(const Options&)) {
-    Command command = config.AddCommand(name, help);
+    Command command = config.AddCommand(name, help, options, run);
     command.AddOption("SECTION", options->section).Required();
     command.AddOption("KEY", options->key).Required();
     command.AddFlag("--encrypted", options->encrypted, "the setting is kept encrypted");
-    command.SetAction([options, run] { run(*options); });
     return command;
 }
 
@@ -171,10 +170,9 @@ void AddConfigCommand(Command program) {
     const auto options = std::make_shared<Options>();
     Command config = program.AddGroup("config", "Reads and writes the installer's settings.");
 
-    Command show = config.AddCommand("show", "Shows all settings, or those of one section.");
+    Command show = config.AddCommand("show", "Shows all settings, or those of one section.", options, Show);
     show.AddOption("SECTION", options->section);
     show.AddFlag("--json", options->json, "answer as JSON");
-    show.SetAction([options] { Show(*options); });
 
     AddSettingCommand(config, "get", "Shows one setting.", options, Get)
         .AddFlag("--json", options->json, "answer as JSON");
@@ -182,9 +180,9 @@ void AddConfigCommand(Command program) {
     set.AddOption("VALUE", options->value, "the new value; - reads it from the input").Required();
     set.AddFlag("--files", options->files, "also into the local file and the files of all installation servers");
 
-    Command refresh = config.AddCommand("refresh", "Brings the registry in step with the configuration file.");
+    Command refresh =
+        config.AddCommand("refresh", "Brings the registry in step with the configuration file.", options, Refresh);
     refresh.AddFlag("--json", options->json, "answer as JSON");
-    refresh.SetAction([options] { Refresh(*options); });
 }
 
 }  // namespace kivctl

@@ -107,17 +107,14 @@ void Status(const Options& options) {
 void AddDsCommand(Command program) {
     const auto options = std::make_shared<Options>();
     Command ds = program.AddGroup("ds", "The distribution service: hands it jobs, cancels them.");
-    Command where = ds.AddCommand("where", "Shows the configured server and the service's pipe.");
+    Command where = ds.AddCommand("where", "Shows the configured server and the service's pipe.", options, Where);
     where.AddFlag("--json", options->json, "answer as JSON");
-    where.SetAction([options] { Where(*options); });
-    Command send = ds.AddCommand("send", "Starts a job; shares the descriptor's folder until the service has read it.");
+    Command send = ds.AddCommand("send", "Starts a job; shares the descriptor's folder until the service has read it.",
+                                 options, Send);
     send.AddOption("FILE", options->file, "the job descriptor").Required();
-    send.SetAction([options] { Send(*options); });
-    Command cancel = ds.AddCommand("cancel", "Cancels the service's job.");
-    cancel.SetAction([options] { Cancel(*options); });
-    Command status = ds.AddCommand("status", "Tells whether a job is pending; exit code 1 if not.");
+    ds.AddCommand("cancel", "Cancels the service's job.", options, Cancel);
+    Command status = ds.AddCommand("status", "Tells whether a job is pending; exit code 1 if not.", options, Status);
     status.AddFlag("--json", options->json, "answer as JSON");
-    status.SetAction([options] { Status(*options); });
 }
 
 }  // namespace kivctl

@@ -143,10 +143,9 @@ void Type(const Options& options) {
 
 Command AddQuery(Command file, const char* name, const char* help, const SharedOptions& options,
                  void (*run)(const Options&)) {
-    Command command = file.AddCommand(name, help);
+    Command command = file.AddCommand(name, help, options, run);
     command.AddOption("FILE", options->file).Required();
     command.AddFlag("--json", options->json, "answer as JSON");
-    command.SetAction([options, run] { run(*options); });
     return command;
 }
 

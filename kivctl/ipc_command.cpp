@@ -123,9 +123,8 @@ void Listen(const Options& options) {
 
 Command AddAction(Command ipc, const char* name, const char* help, const SharedOptions& options,
                   void (*run)(const Options&)) {
-    Command command = ipc.AddCommand(name, help);
+    Command command = ipc.AddCommand(name, help, options, run);
     command.AddFlag("--json", options->json, "answer as JSON");
-    command.SetAction([options, run] { run(*options); });
     return command;
 }
 

@@ -85,9 +85,8 @@ void Load(const Options& options) {
 
 void AddAction(Command java, const char* name, const char* help, void (*run)(const Options&)) {
     const auto options = std::make_shared<Options>();
-    Command command = java.AddCommand(name, help);
+    Command command = java.AddCommand(name, help, options, run);
     command.AddFlag("--json", options->json, "answer as JSON");
-    command.SetAction([options, run] { run(*options); });
 }
 
 void ShowMethods(const std::string& className, bool json) {

@@ -161,9 +161,8 @@ void Convert(const Options& options) {
 
 Command AddAction(Command lines, const char* name, const char* help, const SharedOptions& options,
                   void (*run)(const Options&)) {
-    Command command = lines.AddCommand(name, help);
+    Command command = lines.AddCommand(name, help, options, run);
     command.AddOption("FILE", options->file).Required();
-    command.SetAction([options, run] { run(*options); });
     return command;
 }
 

@@ -178,12 +178,11 @@ void Tree(const Options& options) {
 
 Command AddKeyCommand(Command reg, const char* name, const char* help, const SharedOptions& options,
                       void (*run)(const Options&)) {
-    Command command = reg.AddCommand(name, help);
+    Command command = reg.AddCommand(name, help, options, run);
     command.AddOption("KEY", options->key, "such as HKLM\\Software\\TAV").Required();
     command.AddOption("--machine", options->machine, "the computer (default: this one)");
     command.AddOption("--view", options->view, "32 or 64: which view of the registry (default: the program's)")
         .OneOf({32, 64});
-    command.SetAction([options, run] { run(*options); });
     return command;
 }
 

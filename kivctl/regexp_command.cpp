@@ -194,10 +194,9 @@ void Replace(const Options& options) {
 
 Command AddAction(Command regexp, const char* name, const char* help, const SharedOptions& options,
                   void (*run)(const Options&)) {
-    Command command = regexp.AddCommand(name, help);
+    Command command = regexp.AddCommand(name, help, options, run);
     command.AddOption("PATTERN", options->pattern, "a regular expression").Required();
     command.AddFlag("--json", options->json, "answer as JSON");
-    command.SetAction([options, run] { run(*options); });
     return command;
 }
 

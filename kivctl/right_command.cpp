@@ -41,14 +41,14 @@ void Grant(const Options& options) {
 
 void AddRightCommand(Command program) {
     auto options = std::make_shared<Options>();
-    Command command = program.AddCommand("right", "Grants an account right; it stays until it is taken away.");
+    Command command =
+        program.AddCommand("right", "Grants an account right; it stays until it is taken away.", options, Grant);
     command
         .AddOption("account", options->account, "account on this machine, as name or SID; with --machine a name there")
         .Required();
     command.AddOption("right", options->right, "such as SeServiceLogonRight").Required();
     command.AddOption("--machine", options->machine, "another machine");
     command.AddFlag("--dry-run", options->dryRun, "only tell what would be done");
-    command.SetAction([options] { Grant(*options); });
 }
 
 }  // namespace kivctl

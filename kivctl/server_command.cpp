@@ -205,32 +205,29 @@ void SetPolicy(const Options& options) {
 // The subcommands that judge servers take the product and may answer as JSON.
 Command AddJudging(Command server, const char* name, const char* help, const std::shared_ptr<Options>& options,
                    void (*run)(const Options&)) {
-    Command command = server.AddCommand(name, help);
+    Command command = server.AddCommand(name, help, options, run);
     command.AddOption("--product", options->product, "the product that must be served, as /product:NAME");
     command.AddFlag("--json", options->json, "answer as JSON");
-    command.SetAction([options, run] { run(*options); });
     return command;
 }
 
 void AddProbe(Command server, const std::shared_ptr<Options>& options) {
-    Command probe = server.AddCommand("probe", "Measures servers with echoes, one server after the other.");
+    Command probe =
+        server.AddCommand("probe", "Measures servers with echoes, one server after the other.", options, Probe);
     probe.AddOption("PATH", options->paths, "servers to measure; those of the list by default");
     probe.AddOption("--count", options->echo.count, "echoes for each server").InRange(1, 20);
     probe.AddOption("--timeout", options->echo.timeout, "milliseconds to wait for each").InRange(10, 5000);
     probe.AddFlag("--json", options->json, "answer as JSON");
-    probe.SetAction([options] { Probe(*options); });
 }
 
 void AddPolicy(Command server, const std::shared_ptr<Options>& options) {
     Command policy = server.AddGroup("policy", "Reads and writes policies of the chosen server.");
-    Command get = policy.AddCommand("get", "Shows a policy.");
+    Command get = policy.AddCommand("get", "Shows a policy.", options, GetPolicy);
     get.AddOption("NAME", options->name).Required();
     get.AddFlag("--json", options->json, "answer as JSON");
-    get.SetAction([options] { GetPolicy(*options); });
-    Command set = policy.AddCommand("set", "Writes a policy.");
+    Command set = policy.AddCommand("set", "Writes a policy.", options, SetPolicy);
     set.AddOption("NAME", options->name).Required();
     set.AddOption("VALUE", options->value).Required();
-    set.SetAction([options] { SetPolicy(*options); });
 }
 
 }  // namespace
@@ -241,12 +238,10 @@ void AddServerCommand(Command program) {
     AddJudging(server, "list", "Shows the list in force, and which servers are available.", options, List);
     AddJudging(server, "pick", "Chooses a server as an installer does.", options, Pick);
     AddProbe(server, options);
-    Command add = server.AddCommand("add", "Adds a server to the list in the registry.");
+    Command add = server.AddCommand("add", "Adds a server to the list in the registry.", options, Add);
     add.AddOption("PATH", options->path).Required();
-    add.SetAction([options] { Add(*options); });
-    Command remove = server.AddCommand("remove", "Writes the list without a server to the registry.");
+    Command remove = server.AddCommand("remove", "Writes the list without a server to the registry.", options, Remove);
     remove.AddOption("SERVER", options->path, "its path, or its number in the list").Required();
-    remove.SetAction([options] { Remove(*options); });
     AddPolicy(server, options);
 }
 

@@ -208,9 +208,8 @@ using Run = void (*)(const Options&);
 
 Command AddVerb(Command command, const std::shared_ptr<Options>& options, const char* name, const char* description,
                 Run run) {
-    Command verb = command.AddCommand(name, description);
+    Command verb = command.AddCommand(name, description, options, run);
     verb.AddOption("--machine", options->machine, "another computer");
-    verb.SetAction([options, run] { run(*options); });
     return verb;
 }
 

@@ -275,19 +275,17 @@ void Remove(const Options& options) {
 
 Command AddQuestion(Command services, const char* name, const char* help, const SharedOptions& options,
                     void (*run)(const Options&)) {
-    Command command = services.AddCommand(name, help);
+    Command command = services.AddCommand(name, help, options, run);
     command.AddFlag("--json", options->json, "answer as JSON");
-    command.SetAction([options, run] { run(*options); });
     return command;
 }
 
 Command AddChange(Command services, const char* name, const char* help, const SharedOptions& options,
                   void (*run)(const Options&)) {
-    Command command = services.AddCommand(name, help);
+    Command command = services.AddCommand(name, help, options, run);
     command.AddOption("NAME", options->name).Required();
     command.AddFlag("--dry-run", options->dryRun, "only show which lines would change");
     command.AddFlag("--force", options->force, "also where lines that are no services are lost");
-    command.SetAction([options, run] { run(*options); });
     return command;
 }
 

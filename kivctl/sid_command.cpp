@@ -91,13 +91,13 @@ void Run(const Options& options) {
 
 void AddSidCommand(Command program) {
     auto options = std::make_shared<Options>();
-    Command command = program.AddCommand("sid", "Tells security identifiers and the accounts they stand for.");
+    Command command =
+        program.AddCommand("sid", "Tells security identifiers and the accounts they stand for.", options, Run);
     command.AddOption("account", options->texts, "text forms (S-1-...) or names of accounts on this machine");
     command.AddFlag("--well-known", options->wellKnown, "the identifiers that the library knows by number");
     command.AddOption("--of", options->of, "the user of this process, thread or token, or the logon session")
         .OneOf({"process", "thread", "token", "logon"});
     command.AddFlag("--json", options->json, "answer as JSON");
-    command.SetAction([options] { Run(*options); });
 }
 
 }  // namespace kivctl

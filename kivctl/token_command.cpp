@@ -107,17 +107,17 @@ void ListPrivileges(const Options& options) {
 
 void AddTokenCommand(Command program) {
     auto options = std::make_shared<Options>();
-    Command command = program.AddCommand("token", "Shows user, type, groups and privileges of this process's token.");
+    Command command = program.AddCommand("token", "Shows user, type, groups and privileges of this process's token.",
+                                         options, ShowToken);
     command.AddFlag("--log", options->log, "write the library's dump to the log as well");
     command.AddFlag("--json", options->json, "answer as JSON");
-    command.SetAction([options] { ShowToken(*options); });
 }
 
 void AddPrivilegeCommand(Command program) {
     auto options = std::make_shared<Options>();
-    Command command = program.AddCommand("privilege", "Lists the privileges of this process's token.");
+    Command command =
+        program.AddCommand("privilege", "Lists the privileges of this process's token.", options, ListPrivileges);
     command.AddFlag("--json", options->json, "answer as JSON");
-    command.SetAction([options] { ListPrivileges(*options); });
 }
 
 }  // namespace kivctl

@@ -149,12 +149,12 @@ void Run(const Options& options) {
 
 void AddXmlCommand(Command program) {
     const auto options = std::make_shared<Options>();
-    Command command = program.AddCommand("xml", "Makes an XML document from an indented outline or from JSON.");
+    Command command =
+        program.AddCommand("xml", "Makes an XML document from an indented outline or from JSON.", options, Run);
     command.AddOption("SOURCE", options->source, "JSON when its name ends in .json, else an outline").Required();
     command.AddOption("DOCUMENT", options->document, "file to write; without it the document is shown");
     command.AddOption("--from", options->format, "what the source is, whatever its name").OneOf({"outline", "json"});
     command.AddFlag("--ask", options->ask, "ask in a message box when the file cannot be written");
-    command.SetAction([options] { Run(*options); });
 }
 
 }  // namespace kivctl
