@@ -14,6 +14,7 @@
 #include "kivctl/service_view.h"
 #include "support/characters.h"
 #include "support/code_page.h"
+#include "support/win32_error.h"
 #include "tavkivut/file.h"
 #include "tavkivut/install_service.h"
 
@@ -159,7 +160,7 @@ void Update(const Options& options) {
 void Delete(const std::string& path, const std::string& shown) {
     for (int attempt = 0; !::DeleteFileA(path.c_str()); ++attempt) {
         const DWORD error = ::GetLastError();
-        if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND)
+        if (kiv::IsNotFound(error))
             return;
         if (attempt == kDeleteAttempts)
             Fail("'" + shown + "' cannot be deleted", error);
@@ -224,9 +225,8 @@ using SharedOptions = std::shared_ptr<Options>;
 
 Command AddAction(Command deploy, const char* name, const char* help, const SharedOptions& options,
                   void (*run)(const Options&)) {
-    Command command = deploy.AddCommand(name, help);
+    Command command = deploy.AddCommand(name, help, options, run);
     command.AddOption("--computer", options->computer, "that computer, \".\" is this one; without it: this one");
-    command.SetAction([options, run] { run(*options); });
     return command;
 }
 

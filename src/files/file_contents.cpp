@@ -6,6 +6,7 @@
 
 #include "files/kept_attributes.h"
 #include "support/scoped_resource.h"
+#include "support/win32_error.h"
 
 namespace kiv {
 namespace {
@@ -21,7 +22,7 @@ DWORD ReadOldContents(const char* path, HeapBuffer<char>& contents) noexcept {
                                         FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
     if (!file) {
         const DWORD error = ::GetLastError();
-        return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ? NO_ERROR : error;
+        return IsNotFound(error) ? NO_ERROR : error;
     }
     switch (ReadContents(file.Get(), contents)) {
     case Reading::kDone:

@@ -29,7 +29,7 @@ void WaitForAnswer(const kiv::IcmpApi& icmp, HANDLE file, IPAddr address, DWORD 
         const DWORD start = kiv::Clock().tickCount();
         if (kiv::SendEcho(icmp, file, address, timeout, time) && time != kiv::kNoRoundTripTime)
             return;
-        const DWORD elapsed = kiv::Clock().tickCount() - start;
+        const DWORD elapsed = kiv::MillisecondsSince(start);
         if (elapsed < timeout)
             kiv::Clock().sleep(timeout - elapsed);
     }

@@ -5,6 +5,7 @@
 #include "install/server_paths.h"
 #include "support/heap_text.h"
 #include "support/nt_family.h"
+#include "support/win32_error.h"
 #include "tavkivut/inst_server.h"
 #include "tavkivut/registry.h"
 #include "tavkivut/security.h"
@@ -13,7 +14,7 @@ namespace {
 
 // Whether the open failed because there is no such key, not because it or its computer refused.
 bool IsMissing(CKivRegKey& key) noexcept {
-    return key.getLastError() == ERROR_FILE_NOT_FOUND || key.getLastError() == ERROR_PATH_NOT_FOUND;
+    return kiv::IsNotFound(key.getLastError());
 }
 
 bool OpenForReading(CKivRegKey& key) noexcept {

@@ -6,6 +6,7 @@
 #include "install/server_paths.h"
 #include "support/ascii.h"
 #include "support/code_page.h"
+#include "support/win32_error.h"
 #include "tavkivut/registry.h"
 #include "tavkivut/system.h"
 
@@ -24,7 +25,7 @@ constexpr std::string_view kWindowsVariables[] = {"%SystemRoot%", "%windir%"};
 DWORD ReadText(const char* computer, const char* path, const char* name, std::string& text) {
     CKivRegKey key(computer, path, nullptr, KEY_READ);
     const DWORD status = key.getLastError();
-    if (status == ERROR_FILE_NOT_FOUND || status == ERROR_PATH_NOT_FOUND)
+    if (IsNotFound(status))
         return NO_ERROR;
     if (status != NO_ERROR)
         return status;

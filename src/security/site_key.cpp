@@ -5,6 +5,7 @@
 #include "support/dynamic_function.h"
 #include "support/log.h"
 #include "support/scoped_resource.h"
+#include "support/win32_error.h"
 
 namespace kiv {
 namespace {
@@ -33,10 +34,6 @@ REGSAM OtherView() noexcept {
     return known && isWow64 ? KEY_WOW64_64KEY : 0;
 }
 
-bool IsMissing(DWORD status) noexcept {
-    return status == ERROR_FILE_NOT_FOUND || status == ERROR_PATH_NOT_FOUND;
-}
-
 }  // namespace
 
 SiteKey::~SiteKey() {
@@ -45,10 +42,10 @@ SiteKey::~SiteKey() {
 
 DWORD SiteKey::Read() noexcept {
     DWORD status = ReadValue(0);
-    const REGSAM otherView = IsMissing(status) ? OtherView() : 0;
+    const REGSAM otherView = IsNotFound(status) ? OtherView() : 0;
     if (otherView != 0)
         status = ReadValue(otherView);
-    if (IsMissing(status)) {
+    if (IsNotFound(status)) {
         m_size = sizeof kBuiltInKey - 1;
         std::memcpy(m_bytes, kBuiltInKey, m_size);
         return ERROR_SUCCESS;
