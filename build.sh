@@ -38,7 +38,7 @@ readonly packages_common=(ca-certificates cmake ninja-build g++ python3 git dpkg
 readonly packages_windows=(g++-mingw-w64-i686-win32 g++-mingw-w64-x86-64-win32 wine wine64 wine32:i386
     libcli11-dev nlohmann-json3-dev doctest-dev iproute2 procps util-linux)
 readonly packages_cabinets=(gcab cabextract)
-readonly packages_test=(libxml2-utils "${packages_cabinets[@]}")
+readonly packages_test=(mount libxml2-utils "${packages_cabinets[@]}")
 readonly packages_lint=(clang clang-format clang-tidy cppcheck)
 readonly packages_fuzz=(clang libclang-rt-14-dev)
 readonly packages_bench=(libpcre2-dev zlib1g-dev libxml2-dev)
